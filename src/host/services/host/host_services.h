@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+
+#include "host/capturing_tracer.h"
+#include "host/malloc_allocator.h"
+#include "host/memory_service_manager.h"
+#include "host/service_locator.h"
+#include "orv/intrusive_ptr.h"
+#include "orv/tracer.h"
+
+namespace host {
+
+// The services a host hands to the module, wired into one locator.
+struct HostServices {
+  orv::intrusive_ptr<MallocAllocator> allocator;
+  orv::intrusive_ptr<orv::ITracer> tracer;
+  orv::intrusive_ptr<MemoryServiceManager> settings;
+  orv::intrusive_ptr<ServiceLocator> locator;
+
+  // Allocator, `tracer` and a service manager seeded with the default records, all registered.
+  static HostServices Create(orv::ITracer* tracer);
+};
+
+// Seeds every settings record the host knows with its default value.
+void SeedDefaultSettings(MemoryServiceManager& settings);
+
+}  // namespace host

@@ -9,7 +9,8 @@
 
 namespace host {
 
-// orv::IAllocator over malloc/free, with counters and a failure switch for tests.
+// orv::IAllocator over malloc/free, with counters and failure switches for tests. Any thread; the
+// counters and switches are atomics, there is no lock.
 class MallocAllocator final : public HostObject<orv::IAllocator> {
  public:
   MallocAllocator() = default;
@@ -19,8 +20,14 @@ class MallocAllocator final : public HostObject<orv::IAllocator> {
   void* Realloc(void* pointer, size_t size) override;
   void Free(void* pointer) override;
 
-  // Every Alloc from now on returns null (until called with false).
-  void FailAll(bool fail) noexcept { m_failAll = fail; }
+  // Every Alloc from now on returns null; false ends this and a FailAfter limit.
+  void FailAll(bool fail) noexcept {
+    if (fail) {
+      m_failAll = true;
+    } else {
+      ResetFailures();
+    }
+  }
   // The next `count` Allocs succeed, then every later one fails until FailAll(false) / reset.
   void FailAfter(uint64_t count) noexcept;
   void ResetFailures() noexcept;
@@ -32,6 +39,9 @@ class MallocAllocator final : public HostObject<orv::IAllocator> {
   int64_t outstanding() const noexcept { return static_cast<int64_t>(m_allocations - m_frees); }
 
  private:
+  // Whether one more allocation may be made under the switches; counts a refusal.
+  bool Permit() noexcept;
+
   std::atomic<bool> m_failAll{false};
   std::atomic<int64_t> m_allowedBeforeFailure{-1};  // -1: no limit
   std::atomic<uint64_t> m_allocations{0};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -10,7 +11,9 @@ namespace host {
 
 // Writes one line per record to a descriptor (standard error by default):
 // "2026-11-23 07:29:03.123456 T12345 DETAIL text". Levels above the threshold are refused
-// (0x8000007a). Any thread; each line is written with one write call.
+// (0x8000007a) with record->data null. Each buffer carries a header with its level and capacity;
+// a growth copies the old bytes, a refused growth leaves the old buffer open. Any thread, no lock:
+// each line is written with one write call, so lines of concurrent records do not interleave.
 class StderrTracer final : public HostObject<orv::ITracer> {
  public:
   explicit StderrTracer(uint32_t threshold = 800, int descriptor = 2) noexcept
@@ -23,8 +26,8 @@ class StderrTracer final : public HostObject<orv::ITracer> {
   void SetThreshold(uint32_t threshold) noexcept { m_threshold = threshold; }
 
  private:
-  uint32_t m_threshold;
-  int m_descriptor;
+  std::atomic<uint32_t> m_threshold;
+  int m_descriptor;  // not owned
 };
 
 // "ERROR", "WARNING", "DETAIL" or the number.

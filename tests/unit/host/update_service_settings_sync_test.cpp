@@ -1,0 +1,225 @@
+#include "qel/tools/update_service_settings_sync.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdint>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/capturing_tracer.h"
+#include "host/host_object.h"
+#include "host/memory_service_manager.h"
+#include "host/service_locator.h"
+#include "qel/tcp_traffic_interceptor/invalid_certificate_handler_settings.h"
+
+namespace host {
+namespace {
+
+using Settings = qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings;
+using Operation = MemoryServiceManager::Operation;
+using qel::UntrustedCertificateAction::Block;
+constexpr uint32_t kKey = 0xb10fd857;
+
+bool EndsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+class UpdateServiceSettingsSyncTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    store->Seed<Settings>(kKey);
+    locator->Add<qel::IServiceManager>(store.get());
+  }
+
+  template <class Modifier>
+  result_t Run(Modifier&& modifier, bool sync = true, orv::ITracer* useTracer = nullptr) {
+    return qel::tools::UpdateServiceSettingsSync<Settings>(useTracer ? useTracer : tracer.get(),
+                                                           locator.get(), kKey,
+                                                           std::forward<Modifier>(modifier), sync);
+  }
+  Settings Stored() {
+    Settings out{};
+    EXPECT_TRUE(store->Read(kKey, out));
+    return out;
+  }
+
+  orv::intrusive_ptr<CapturingTracer> tracer = MakeObject<CapturingTracer>();
+  orv::intrusive_ptr<MemoryServiceManager> store = MakeObject<MemoryServiceManager>();
+  orv::intrusive_ptr<ServiceLocator> locator = MakeObject<ServiceLocator>();
+};
+
+TEST_F(UpdateServiceSettingsSyncTest, Sync_ModifierSaysUnchanged_OneReadNoWrite) {
+  EXPECT_EQ(Run([](Settings&) { return 1; }), 1);
+  EXPECT_EQ(store->reads(), 1u);
+  EXPECT_EQ(store->updates(), 0u);
+  EXPECT_EQ(store->flushes(), 0u);
+}
+
+class SyncFlagTest : public UpdateServiceSettingsSyncTest,
+                     public ::testing::WithParamInterface<bool> {};
+
+TEST_P(SyncFlagTest, Sync_Write_FlushesOnlyWhenAsked) {
+  EXPECT_EQ(Run(
+                [](Settings& settings) {
+                  settings.action = Block;
+                  return 0;
+                },
+                GetParam()),
+            0);
+  EXPECT_EQ(Stored().action, Block);
+  EXPECT_EQ(store->writes(), 1u);
+  EXPECT_EQ(store->lastMode(), 1u);
+  EXPECT_EQ(store->flushes(), GetParam() ? 1u : 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Store, SyncFlagTest, ::testing::Bool());
+
+TEST_F(UpdateServiceSettingsSyncTest, Sync_Success_TracesEntryAndExitLines) {
+  ASSERT_EQ(Run([](Settings&) { return 0; }), 0);
+  EXPECT_EQ(tracer->Texts(orv::trace_level::kDetail),
+            (std::vector<std::string>{"UpdateServiceSettingsSync() serviceKey=0xb10fd857, sync=1",
+                                      "UpdateServiceSettingsSync() <- 0x00000000 (No error) "}));
+  EXPECT_EQ(tracer->openRecords(), 0u);
+}
+
+TEST_F(UpdateServiceSettingsSyncTest, Sync_NullTracer_Writes) {
+  EXPECT_EQ(qel::tools::UpdateServiceSettingsSync<Settings>(
+                nullptr, locator.get(), kKey,
+                [](Settings& settings) {
+                  settings.addToAutoExcludes = false;
+                  return 0;
+                },
+                true),
+            0);
+  EXPECT_FALSE(Stored().addToAutoExcludes);
+}
+
+TEST_F(UpdateServiceSettingsSyncTest, Sync_Conflict_RerunsModifierOnFreshRecord) {
+  int calls = 0;
+  const result_t result = Run([&](Settings& settings) {
+    if (++calls == 1) {
+      // Another writer gets in between this read and its write.
+      Settings other = Stored();
+      other.addToAutoExcludes = false;
+      orv::IObject* descriptor = nullptr;
+      EXPECT_EQ(store->UpdateServiceSettings2(kKey, 1, {&other, Settings::kTypeId, &descriptor},
+                                              store->Revision(kKey, Settings::kTypeId)),
+                0);
+    }
+    settings.action = Block;
+    return 0;
+  });
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(Stored(), (Settings{Block, false}));
+  EXPECT_EQ(store->Revision(kKey, Settings::kTypeId), 3u);
+}
+
+TEST_F(UpdateServiceSettingsSyncTest, Sync_EndlessConflict_CompletesOnceClearedFromOutside) {
+  store->InjectConflicts(UINT64_MAX);
+  std::thread clearer([this] {
+    while (store->conflicts() <= 1000) {
+      std::this_thread::yield();
+    }
+    store->ClearInjections();
+  });
+  const result_t result = Run([](Settings& settings) {
+    settings.action = Block;
+    return 0;
+  });
+  clearer.join();
+  EXPECT_EQ(result, 0);
+  EXPECT_GT(store->conflicts(), 1000u);
+  EXPECT_EQ(store->writes(), 1u);
+  EXPECT_EQ(Stored().action, Block);
+}
+
+TEST_F(UpdateServiceSettingsSyncTest, Sync_TwoWritersWithConflicts_BothFieldsWritten) {
+  store->InjectConflicts(64);
+  std::atomic<result_t> first{-1};
+  std::atomic<result_t> second{-1};
+  std::thread a([&] {
+    first = Run([](Settings& settings) {
+      settings.action = Block;
+      return 0;
+    });
+  });
+  std::thread b([&] {
+    second = Run([](Settings& settings) {
+      settings.addToAutoExcludes = false;
+      return 0;
+    });
+  });
+  a.join();
+  b.join();
+  EXPECT_EQ(first, 0);
+  EXPECT_EQ(second, 0);
+  EXPECT_EQ(Stored(), (Settings{Block, false}));
+  EXPECT_EQ(store->writes(), 2u);
+}
+
+TEST_F(UpdateServiceSettingsSyncTest, Sync_ModifierThrows_PassesThroughWritesNothing) {
+  const uint32_t storeReferences = store->references();
+  EXPECT_THROW(Run([](Settings&) -> result_t { throw std::runtime_error("modifier"); }),
+               std::runtime_error);
+  EXPECT_EQ(store->updates(), 0u);
+  EXPECT_EQ(store->Revision(kKey, Settings::kTypeId), 1u);
+  EXPECT_EQ(store->references(), storeReferences);
+  EXPECT_EQ(tracer->openRecords(), 0u);
+}
+
+TEST_F(UpdateServiceSettingsSyncTest, Sync_NoServiceManager_ReturnsLocatorsCodeAndTraces) {
+  locator->Remove(qel::IServiceManager::kIid);
+  int calls = 0;
+  EXPECT_EQ(Run([&](Settings&) { return ++calls, 0; }), orv::errors::kNotFound);
+  EXPECT_EQ(calls, 0);
+  const std::vector<std::string> errors = tracer->Texts(orv::trace_level::kError);
+  ASSERT_EQ(errors.size(), 1u);
+  EXPECT_PRED2(EndsWith, errors[0],
+               "(GetInterface(sl, esm.Ref())),(ORV_SUCCEEDED(_result)) failed: result = 0x8000004c "
+               "(Not found) Cannot get IServiceManager interface");
+}
+
+struct StoreFailureCase {
+  const char* name;
+  Operation operation;
+  const char* message;
+  uint64_t writes;
+};
+void PrintTo(const StoreFailureCase& value, std::ostream* out) { *out << value.name; }
+
+class StoreFailureTest : public UpdateServiceSettingsSyncTest,
+                         public ::testing::WithParamInterface<StoreFailureCase> {};
+
+TEST_P(StoreFailureTest, Sync_StoreFails_ReturnsCodeAndTracesOnce) {
+  constexpr result_t kInjected = orv::errors::kAccessDenied;
+  store->InjectFailure(GetParam().operation, kInjected);
+  EXPECT_EQ(Run([](Settings& settings) {
+              settings.action = Block;
+              return 0;
+            }),
+            kInjected);
+  EXPECT_EQ(store->writes(), GetParam().writes);
+  const std::vector<std::string> errors = tracer->Texts(orv::trace_level::kError);
+  ASSERT_EQ(errors.size(), 1u);
+  EXPECT_NE(errors[0].find("result = 0x80000045 (Access denied)"), std::string::npos) << errors[0];
+  EXPECT_PRED2(EndsWith, errors[0], GetParam().message);
+  // No exit line on a failure.
+  EXPECT_EQ(tracer->Texts(orv::trace_level::kDetail).size(), 1u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Store, StoreFailureTest,
+                         ::testing::Values(StoreFailureCase{"Read", Operation::kGet,
+                                                            " UpdateServiceSettings2 failed", 0},
+                                           StoreFailureCase{"Write", Operation::kUpdate,
+                                                            " UpdateServiceSettings2 failed", 0},
+                                           StoreFailureCase{"Flush", Operation::kFlush,
+                                                            " FlushSettings failed", 1}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace host

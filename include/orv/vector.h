@@ -26,22 +26,21 @@ class vector_t {
 
   vector_t() noexcept = default;
   explicit vector_t(IAllocator* allocator) noexcept : m_allocator(Alloc::Acquire(allocator)) {}
-  explicit vector_t(size_t count, IAllocator* allocator = nullptr)
-      : m_allocator(Alloc::Acquire(allocator)) {
+  // The filling constructors delegate, so that a throw runs the destructor: the elements made so
+  // far, the storage and the allocator reference are given back.
+  explicit vector_t(size_t count, IAllocator* allocator = nullptr) : vector_t(allocator) {
     if (count > max_size()) {
-      Alloc::Drop(m_allocator);
       throw std::length_error("construct");
     }
     resize(count);
   }
-  vector_t(std::initializer_list<T> values, IAllocator* allocator = nullptr)
-      : m_allocator(Alloc::Acquire(allocator)) {
+  vector_t(std::initializer_list<T> values, IAllocator* allocator = nullptr) : vector_t(allocator) {
     reserve(values.size());
     for (const T& value : values) {
       push_back(value);
     }
   }
-  vector_t(const vector_t& other) : m_allocator(Alloc::Acquire(other.m_allocator)) {
+  vector_t(const vector_t& other) : vector_t(other.m_allocator) {
     reserve(other.size());
     for (const T& value : other) {
       push_back(value);

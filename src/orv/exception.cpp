@@ -7,8 +7,8 @@
 
 namespace orv {
 
-exception::exception(const char* file, uint32_t line, const char* message)
-    : m_file(file), m_line(line) {
+// Delegates so that a failure to store the message runs the destructor, which frees the record.
+exception::exception(const char* file, uint32_t line, const char* message) : exception(file, line) {
   Record().message = message ? message : "";
 }
 

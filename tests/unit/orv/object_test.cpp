@@ -1,0 +1,229 @@
+#include "orv/object_impl.h"
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "host/capturing_tracer.h"
+#include "host/host_object.h"
+#include "host/malloc_allocator.h"
+#include "host/service_locator.h"
+#include "orv/string.h"
+#include "orv/trace_stream.h"
+
+namespace {
+
+struct IFirstTest : orv::IObject {
+  static constexpr uint32_t kIid = 0x7e570001;
+  virtual uint32_t First() = 0;
+
+ protected:
+  ~IFirstTest() = default;
+};
+
+struct ISecondTest : orv::IObject {
+  static constexpr uint32_t kIid = 0x7e570002;
+  virtual uint32_t Second() = 0;
+
+ protected:
+  ~ISecondTest() = default;
+};
+
+// What the next Widget does; reset by the fixture.
+struct Script {
+  bool throwInConstructor = false;
+  bool throwInFinalConstruct = false;
+  result_t finalConstructResult = 0;
+  int finalReleases = 0;
+  bool membersValidInFinalRelease = false;
+};
+Script g_script;
+
+constexpr char kName[] = "a name longer than the inline buffer";
+
+class Widget : public orv::ObjectModuleAutoLockTyped<Widget>,
+               public orv::StandardObjectRoot,
+               public IFirstTest,
+               public ISecondTest {
+ public:
+  using Interfaces = orv::InterfaceList<IFirstTest, ISecondTest>;
+
+  explicit Widget(orv::IServiceLocator* locator)
+      : orv::StandardObjectRoot(locator), m_name(kName, GetAllocator()) {
+    if (g_script.throwInConstructor) {
+      throw std::length_error("in constructor");
+    }
+  }
+  result_t FinalConstruct() {
+    if (g_script.throwInFinalConstruct) {
+      throw std::length_error("in FinalConstruct");
+    }
+    return g_script.finalConstructResult;
+  }
+  void FinalRelease() {
+    ++g_script.finalReleases;
+    g_script.membersValidInFinalRelease =
+        m_name.view() == kName && GetAllocator() && GetServiceLocator();
+    ORV_TRACE(GetTracer(), 800) << "FinalRelease " << m_name;
+  }
+
+  uint32_t First() override { return 1; }
+  uint32_t Second() override { return 2; }
+
+ protected:
+  ~Widget() = default;
+
+ private:
+  orv::types::string8_t m_name;
+};
+
+using WidgetObject = orv::Object<Widget, orv::LocatorObjectFactory>;
+
+class ObjectShellTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    g_script = Script{};
+    m_locator->Add<orv::IAllocator>(m_allocator.get());
+    m_locator->Add<orv::ITracer>(m_tracer.get());
+    m_allocatorReferences = m_allocator->references();
+    m_lockCount = orv::ModuleLockCount.load();
+  }
+  // Whatever happened, nothing of the object is left behind.
+  void TearDown() override {
+    EXPECT_EQ(orv::ModuleLockCount.load(), m_lockCount);
+    EXPECT_EQ(m_allocator->outstanding(), 0);
+    EXPECT_EQ(m_allocator->references(), m_allocatorReferences);
+    EXPECT_EQ(m_tracer->openRecords(), 0u);
+  }
+
+  result_t Create(uint32_t iid, void** object) {
+    return WidgetObject::CreateInstance(m_locator.get(), iid, object);
+  }
+
+  orv::intrusive_ptr<host::MallocAllocator> m_allocator = host::MakeObject<host::MallocAllocator>();
+  orv::intrusive_ptr<host::CapturingTracer> m_tracer = host::MakeObject<host::CapturingTracer>();
+  orv::intrusive_ptr<host::ServiceLocator> m_locator = host::MakeObject<host::ServiceLocator>();
+  uint32_t m_allocatorReferences = 0;
+  uint32_t m_lockCount = 0;
+};
+
+TEST_F(ObjectShellTest, QueryInterface_AdjustsPointerAndSharesOneCount) {
+  void* first = nullptr;
+  ASSERT_EQ(Create(0, &first), 0);
+  EXPECT_EQ(orv::ModuleLockCount.load(), m_lockCount + 1);
+  auto* object = static_cast<IFirstTest*>(first);
+  EXPECT_EQ(object->First(), 1u);
+
+  void* again = nullptr;
+  void* second = nullptr;
+  ASSERT_EQ(object->QueryInterface(IFirstTest::kIid, &again), 0);
+  ASSERT_EQ(object->QueryInterface(ISecondTest::kIid, &second), 0);
+  EXPECT_EQ(again, first);
+  EXPECT_NE(second, first);
+  EXPECT_EQ(static_cast<ISecondTest*>(second)->Second(), 2u);
+
+  void* unknown = &unknown;
+  EXPECT_EQ(object->QueryInterface(0x7e570003, &unknown), orv::MakeResult(0x80000001));
+  EXPECT_EQ(unknown, nullptr);
+
+  EXPECT_EQ(static_cast<ISecondTest*>(second)->AddRef(), 4u);
+  EXPECT_EQ(static_cast<ISecondTest*>(second)->Release(), 3u);
+  EXPECT_EQ(static_cast<ISecondTest*>(second)->Release(), 2u);
+  EXPECT_EQ(object->Release(), 1u);
+  EXPECT_EQ(g_script.finalReleases, 0);
+  EXPECT_EQ(static_cast<IFirstTest*>(again)->Release(), 0u);
+  EXPECT_EQ(g_script.finalReleases, 1);
+}
+
+TEST_F(ObjectShellTest, Release_FinalReleaseSeesMembersThenMemoryGoesBack) {
+  void* object = nullptr;
+  ASSERT_EQ(Create(ISecondTest::kIid, &object), 0);
+  EXPECT_EQ(m_allocator->outstanding(), 2);  // the object and its member's text
+  static_cast<ISecondTest*>(object)->Release();
+  EXPECT_TRUE(g_script.membersValidInFinalRelease);
+  EXPECT_EQ(m_tracer->Texts(800), std::vector<std::string>{std::string("FinalRelease ") + kName});
+}
+
+TEST_F(ObjectShellTest, CreateInstance_UnknownIid_NoObjectLeft) {
+  void* object = &object;
+  EXPECT_EQ(Create(0x7e570003, &object), orv::MakeResult(0x80000001));
+  EXPECT_EQ(object, nullptr);
+  EXPECT_EQ(g_script.finalReleases, 1);
+  EXPECT_TRUE(m_tracer->Texts(300).empty());
+}
+
+TEST_F(ObjectShellTest, CreateInstance_Throws_ReportedWithPrefix) {
+  for (bool inConstructor : {true, false}) {
+    g_script = Script{};
+    g_script.throwInConstructor = inConstructor;
+    g_script.throwInFinalConstruct = !inConstructor;
+    m_tracer->Clear();
+    void* object = nullptr;
+    EXPECT_EQ(Create(0, &object), orv::MakeResult(0x8000005c));
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(orv::ModuleLockCount.load(), m_lockCount);
+    EXPECT_EQ(m_tracer->Texts(300),
+              std::vector<std::string>{std::string("Exception during object construction:  ") +
+                                       (inConstructor ? "in constructor" : "in FinalConstruct")});
+    // A half-built object gets no FinalRelease; a built one does when its reference goes.
+    EXPECT_EQ(g_script.finalReleases, inConstructor ? 0 : 1);
+  }
+}
+
+TEST_F(ObjectShellTest, CreateInstance_FinalConstructFails_ResultReturned) {
+  g_script.finalConstructResult = orv::MakeResult(0x80000045);
+  void* object = nullptr;
+  EXPECT_EQ(Create(0, &object), orv::MakeResult(0x80000045));
+  EXPECT_EQ(g_script.finalReleases, 1);
+  EXPECT_TRUE(m_tracer->Texts(300).empty());
+}
+
+TEST_F(ObjectShellTest, CreateInstance_AllocatorFails_OutOfMemory) {
+  m_allocator->FailAll(true);
+  void* object = nullptr;
+  EXPECT_EQ(Create(0, &object), orv::MakeResult(0x80000041));
+  EXPECT_EQ(m_tracer->Texts(300),
+            std::vector<std::string>{"Exception during object construction:  std::bad_alloc"});
+  m_allocator->FailAll(false);
+}
+
+TEST_F(ObjectShellTest, CreateInstance_NoAllocatorService_LocatorCodeAndNothingTraced) {
+  m_locator->Remove(orv::IAllocator::kIid);
+  m_allocatorReferences = m_allocator->references();
+  void* object = &object;
+  EXPECT_EQ(Create(0, &object), orv::MakeResult(0x8000004c));
+  EXPECT_EQ(object, &object);
+  EXPECT_EQ(m_tracer->opens(), 0u);
+}
+
+TEST_F(ObjectShellTest, CreateInstance_NoTracerService_GetInterfaceExceptionCode) {
+  m_locator->Remove(orv::ITracer::kIid);
+  void* object = &object;
+  EXPECT_EQ(Create(0, &object), orv::MakeResult(0x8000004c));
+  EXPECT_EQ(m_locator->Requests(orv::ITracer::kIid), 2u);  // the root, then the report
+  EXPECT_EQ(m_tracer->opens(), 0u);
+}
+
+TEST_F(ObjectShellTest, Factory_AnswersOnlyForItselfAndCreates) {
+  orv::IObjectFactory* factory = orv::FactoryFor<Widget>::Create();
+  EXPECT_EQ(orv::ModuleLockCount.load(), m_lockCount + 1);
+  void* asked = nullptr;
+  for (uint32_t iid : {0u, 0x80077a33u}) {
+    ASSERT_EQ(factory->QueryInterface(iid, &asked), 0);
+    EXPECT_EQ(asked, factory);
+    factory->Release();
+  }
+  asked = &asked;
+  EXPECT_EQ(factory->QueryInterface(IFirstTest::kIid, &asked), orv::MakeResult(0x80000001));
+  EXPECT_EQ(asked, nullptr);
+
+  void* object = nullptr;
+  ASSERT_EQ(factory->CreateInstance(m_locator.get(), ISecondTest::kIid, &object), 0);
+  EXPECT_EQ(orv::ModuleLockCount.load(), m_lockCount + 2);
+  static_cast<ISecondTest*>(object)->Release();
+  EXPECT_EQ(factory->Release(), 0u);
+}
+
+}  // namespace

@@ -3,7 +3,6 @@
 #include <cstdint>
 
 #include "host/host_object.h"
-#include "host/malloc_allocator.h"
 #include "host/service_locator.h"
 #include "orv/tracer.h"
 
@@ -40,27 +39,6 @@ TEST(ServiceLocatorTest, GetService_SecondInterface_GivesThatInterfacePointer) {
   EXPECT_EQ(locator->Requests(orv::IAllocator::kIid), 1u);
   locator.reset();
   EXPECT_EQ(object->references(), 1u);
-}
-
-TEST(MallocAllocatorTest, Alloc_FailAfter_RefusesFromTheNextOnUntilReset) {
-  auto allocator = MakeObject<MallocAllocator>();
-  allocator->FailAfter(2);
-  void* first = allocator->Alloc(16);
-  void* second = allocator->Alloc(16);
-  EXPECT_NE(first, nullptr);
-  EXPECT_NE(second, nullptr);
-  EXPECT_EQ(allocator->Alloc(16), nullptr);
-  EXPECT_EQ(allocator->Alloc(16), nullptr);
-  EXPECT_EQ(allocator->failures(), 2u);
-  allocator->FailAll(false);
-  void* third = allocator->Alloc(16);
-  EXPECT_NE(third, nullptr);
-  EXPECT_EQ(allocator->outstanding(), 3);
-  for (void* pointer : {first, second, third}) {
-    allocator->Free(pointer);
-  }
-  allocator->Free(nullptr);
-  EXPECT_EQ(allocator->outstanding(), 0);
 }
 
 }  // namespace

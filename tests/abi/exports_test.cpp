@@ -10,7 +10,7 @@
 
 namespace {
 
-std::string Run(const std::string& command) {
+std::string RunCommand(const std::string& command) {
   std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
   EXPECT_TRUE(pipe) << command;
   std::string output;
@@ -22,7 +22,7 @@ std::string Run(const std::string& command) {
 }
 
 TEST(ModuleExports, NmShowsExactlyTheTwoEntryPoints) {
-  const std::string output = Run("nm -D --defined-only '" + tti_test::ModulePath() + "'");
+  const std::string output = RunCommand("nm -D --defined-only '" + tti_test::ModulePath() + "'");
   std::istringstream lines(output);
   std::set<std::string> symbols;
   std::string address, type, name;
@@ -34,7 +34,7 @@ TEST(ModuleExports, NmShowsExactlyTheTwoEntryPoints) {
 }
 
 TEST(ModuleExports, NoUniqueSymbolKeepsTheModuleMapped) {
-  const std::string output = Run("readelf --dyn-syms -W '" + tti_test::ModulePath() + "'");
+  const std::string output = RunCommand("readelf --dyn-syms -W '" + tti_test::ModulePath() + "'");
   ASSERT_NE(output.find("orvGetObjectFactory"), std::string::npos);
   EXPECT_EQ(output.find("UNIQUE"), std::string::npos) << output;
 }

@@ -16,15 +16,7 @@ result_t CapturingTracer::GetRecord(uint32_t level, orv::TraceRecord* record, si
     if (m_refuseGrowth) {
       return orv::errors::kOutOfMemory;
     }
-    if (!record->data) {
-      return orv::errors::kInvalidArgument;
-    }
-    char* grown = trace_buffer::Grow(record->data, size);
-    if (!grown) {
-      return orv::errors::kOutOfMemory;
-    }
-    record->data = grown;
-    return orv::errors::kOk;
+    return trace_buffer::GrowRecord(record, size);
   }
   ++m_opens;
   record->data = nullptr;

@@ -50,15 +50,7 @@ result_t StderrTracer::GetRecord(uint32_t level, orv::TraceRecord* record, size_
     return orv::errors::kInvalidArgument;
   }
   if (level == orv::trace_level::kGrow) {
-    if (!record->data) {
-      return orv::errors::kInvalidArgument;
-    }
-    char* grown = trace_buffer::Grow(record->data, size);
-    if (!grown) {
-      return orv::errors::kOutOfMemory;
-    }
-    record->data = grown;
-    return orv::errors::kOk;
+    return trace_buffer::GrowRecord(record, size);
   }
   record->data = nullptr;
   if (level > m_threshold.load(std::memory_order_relaxed)) {

@@ -57,4 +57,16 @@ uint32_t Level(const char* data) noexcept { return HeaderOf(data)->level; }
 
 size_t Capacity(const char* data) noexcept { return HeaderOf(data)->capacity; }
 
+result_t GrowRecord(orv::TraceRecord* record, size_t capacity) noexcept {
+  if (!record->data) {
+    return orv::errors::kInvalidArgument;
+  }
+  char* grown = Grow(record->data, capacity);
+  if (!grown) {
+    return orv::errors::kOutOfMemory;
+  }
+  record->data = grown;
+  return orv::errors::kOk;
+}
+
 }  // namespace host::trace_buffer

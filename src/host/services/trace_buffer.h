@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "orv/tracer.h"
+
 namespace host::trace_buffer {
 
 // The buffers the host tracers hand out. A header in front of the bytes keeps the level of the open
@@ -15,6 +17,9 @@ char* Open(uint32_t level, size_t capacity) noexcept;
 // freed; `data` itself when it is large enough. Null when memory runs out; `data` stays valid.
 char* Grow(char* data, size_t capacity) noexcept;
 void Free(char* data) noexcept;
+// Grows the open record's buffer (a request at level 1000): 0 with record->data replaced, or a
+// negative code with the old buffer kept open.
+result_t GrowRecord(orv::TraceRecord* record, size_t capacity) noexcept;
 
 uint32_t Level(const char* data) noexcept;
 size_t Capacity(const char* data) noexcept;

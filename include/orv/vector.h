@@ -170,8 +170,17 @@ class vector_t {
   void Reallocate(size_t capacity) {
     T* storage = static_cast<T*>(Alloc::Allocate(m_allocator, capacity * sizeof(T)));
     T* target = storage;
-    for (T* source = m_begin; source != m_end; ++source, ++target) {
-      new (target) T(std::move_if_noexcept(*source));
+    try {
+      for (T* source = m_begin; source != m_end; ++source, ++target) {
+        new (target) T(std::move_if_noexcept(*source));
+      }
+    } catch (...) {
+      // A copying element failed: this vector stays as it was.
+      while (target != storage) {
+        (--target)->~T();
+      }
+      Alloc::Deallocate(m_allocator, storage);
+      throw;
     }
     const size_t count = size();
     FreeStorage();

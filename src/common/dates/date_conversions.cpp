@@ -53,7 +53,10 @@ int64_t FromUnixTime(int64_t seconds, int64_t microseconds) {
 }
 
 time_t ToTime(int64_t ticks) {
-  const int64_t sinceEpoch = ticks - kTicksFrom1601ToUnixEpoch;
+  int64_t sinceEpoch = 0;
+  if (__builtin_sub_overflow(ticks, kTicksFrom1601ToUnixEpoch, &sinceEpoch)) {
+    ThrowTimeError(__FILE__, __LINE__, "Invalid utc timestamp for posix platform ", ticks);
+  }
   // One tick lower than FromUnixTime's limit, so that the tick count 0 itself passes.
   if (sinceEpoch < -kTicksFrom1601ToUnixEpoch - 1) {
     ThrowTimeError(__FILE__, __LINE__, "Invalid utc timestamp for posix platform ", sinceEpoch);

@@ -108,7 +108,8 @@ bool IsDecimal(const std::string& text) {
 std::string VariantToString(const Variant& value) {
   switch (value.tag()) {
     case Variant::kBool:
-      return value.As<bool>() ? "Yes" : "No";
+      // Read as a byte: a sender may put any value in it.
+      return value.As<uint8_t>() != 0 ? "Yes" : "No";
     case Variant::kInt32:
       return Printf("%d", value.As<int32_t>());
     case Variant::kInt64:

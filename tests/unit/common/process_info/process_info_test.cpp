@@ -1,0 +1,133 @@
+#include "qel/tools/process_info.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "host/host_services.h"
+
+namespace qel::tools {
+namespace {
+
+class ProcessInfo : public testing::Test {
+ protected:
+  ProcessInfo()
+      : m_tracer(host::MakeObject<host::CapturingTracer>()),
+        m_host(host::HostServices::Create(m_tracer.get())) {}
+
+  orv::IServiceLocator* locator() { return m_host.locator.get(); }
+  uint64_t UniquePidOf(int32_t pid) {
+    orv::intrusive_ptr<IProcessInformation> process;
+    EXPECT_EQ(m_host.processes->GetInformation(pid, process.Ref()), 0);
+    ProcessInformation information;
+    EXPECT_EQ(process->GetInformation(information), 0);
+    return information.uniquePid;
+  }
+
+  orv::intrusive_ptr<host::CapturingTracer> m_tracer;
+  host::HostServices m_host;
+};
+
+// A child that turns into `uid` and waits until its pipe closes; async-signal-safe calls only.
+class ChildUnderUid {
+ public:
+  explicit ChildUnderUid(uid_t uid) {
+    int ready[2];
+    int hold[2];
+    if (pipe2(ready, O_CLOEXEC) != 0 || pipe2(hold, O_CLOEXEC) != 0) {
+      return;
+    }
+    m_pid = fork();
+    if (m_pid == 0) {
+      // The parent's ends must close here, or the hold pipe never reads its end.
+      close(ready[0]);
+      close(hold[1]);
+      char byte = 0;
+      if (setresgid(uid, uid, uid) != 0 || setresuid(uid, uid, uid) != 0 ||
+          write(ready[1], &byte, 1) != 1) {
+        _exit(1);
+      }
+      (void)!read(hold[0], &byte, 1);
+      _exit(0);
+    }
+    close(ready[1]);
+    close(hold[0]);
+    m_hold = hold[1];
+    char byte = 0;
+    m_ready = read(ready[0], &byte, 1) == 1;
+    close(ready[0]);
+  }
+  ~ChildUnderUid() { Reap(); }
+  void Reap() {
+    if (m_pid > 0) {
+      close(m_hold);
+      waitpid(m_pid, nullptr, 0);
+      m_pid = -1;
+    }
+  }
+  pid_t pid() const { return m_pid; }
+  bool ready() const { return m_ready; }
+
+ private:
+  pid_t m_pid = -1;
+  int m_hold = -1;
+  bool m_ready = false;
+};
+
+TEST_F(ProcessInfo, UserOfAChildUnderAnotherUid) {
+  ASSERT_EQ(geteuid(), 0u) << "the test starts a child under another uid and must run as root";
+  ChildUnderUid child(65534);
+  ASSERT_TRUE(child.ready());
+  const orv::optional_t<UserInfo> user = GetUserByPid(locator(), child.pid());
+  ASSERT_TRUE(user.has_value());
+  EXPECT_EQ(user->uid, 65534u);
+  EXPECT_EQ(user->name, std::u16string_view(u"nobody"));
+
+  const uint64_t uniquePid = UniquePidOf(child.pid());
+  int32_t pid = -1;
+  GetPid(locator(), uniquePid, pid);
+  EXPECT_EQ(pid, child.pid());
+  EXPECT_TRUE(m_tracer->Contains("GetPid: uniquePid " + std::to_string(uniquePid) +
+                                 " corresponds to pid " + std::to_string(child.pid())));
+
+  // Once the process is gone its unique id answers nothing, and pid stays as it was.
+  child.Reap();
+  pid = -1;
+  GetPid(locator(), uniquePid, pid);
+  EXPECT_EQ(pid, -1);
+  EXPECT_TRUE(m_tracer->Contains("Failed to get IProcessInformation for uniquePid " +
+                                 std::to_string(uniquePid)));
+}
+
+TEST_F(ProcessInfo, NoProcessGivesNoUserAndOneErrorLinePerStep) {
+  int32_t pid = -1;
+  GetPid(locator(), 999999, pid);
+  EXPECT_EQ(pid, -1);
+  EXPECT_FALSE(GetUserByPid(locator(), pid).has_value());
+  const std::vector<std::string> errors = m_tracer->Texts(300);
+  ASSERT_EQ(errors.size(), 3u);
+  EXPECT_NE(errors[0].find("(processManager->GetInformationByUniqueId(uniquePid, "
+                           "processInformation.Ref()))"),
+            std::string::npos);
+  EXPECT_NE(errors[1].find("(manager->GetInformation(pid, process.Ref())),(ORV_SUCCEEDED(_result)) "
+                           "failed: result = 0x8000004c"),
+            std::string::npos);
+  EXPECT_NE(errors[1].find("Cannot get IProcessInformation for pid: -1"), std::string::npos);
+  EXPECT_NE(errors[2].find("(GetProcessInfo(sl, pid, info))"), std::string::npos);
+}
+
+TEST_F(ProcessInfo, NoProcessManager) {
+  m_host.locator->Remove(IProcessManager::kIid);
+  int32_t pid = 5;
+  GetPid(locator(), 1, pid);
+  EXPECT_EQ(pid, 5);
+  EXPECT_TRUE(m_tracer->Contains("(orv::GetInterface(sl, processManager.Ref()))"));
+  EXPECT_TRUE(m_tracer->Contains("Failed to get IProcessManager"));
+  ProcessInformation info;
+  EXPECT_EQ(GetProcessInfo(locator(), getpid(), info), orv::errors::kNotFound);
+  EXPECT_TRUE(m_tracer->Contains("Cannot get IProcessManager interface"));
+}
+
+}  // namespace
+}  // namespace qel::tools

@@ -17,6 +17,12 @@ HostServices HostServices::Create(orv::ITracer* tracer) {
     services.locator->Add<orv::ITracer>(tracer);
   }
   services.locator->Add<qel::IServiceManager>(services.settings.get());
+  services.tasks = MakeObject<TaskManager>();
+  services.locator->Add<qel::IQelTaskManager>(services.tasks.get());
+  services.events = MakeObject<EventPublisher>();
+  services.locator->Add<qel::INonRemoteEventPublisher>(services.events.get());
+  services.processes = MakeObject<ProcessManager>();
+  services.locator->Add<qel::IProcessManager>(services.processes.get());
   return services;
 }
 

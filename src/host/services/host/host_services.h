@@ -3,9 +3,12 @@
 #include <cstdint>
 
 #include "host/capturing_tracer.h"
+#include "host/event_publisher.h"
 #include "host/malloc_allocator.h"
 #include "host/memory_service_manager.h"
+#include "host/process_manager.h"
 #include "host/service_locator.h"
+#include "host/task_manager.h"
 #include "orv/intrusive_ptr.h"
 #include "orv/tracer.h"
 
@@ -17,6 +20,9 @@ struct HostServices {
   orv::intrusive_ptr<orv::ITracer> tracer;
   orv::intrusive_ptr<MemoryServiceManager> settings;
   orv::intrusive_ptr<ServiceLocator> locator;
+  orv::intrusive_ptr<TaskManager> tasks;          // no task until configured
+  orv::intrusive_ptr<EventPublisher> events;      // JSON lines on standard output
+  orv::intrusive_ptr<ProcessManager> processes;  // the real /proc
 
   // Allocator, `tracer` and a service manager seeded with the default records, all registered.
   static HostServices Create(orv::ITracer* tracer);

@@ -20,8 +20,8 @@ struct HostServices {
   orv::intrusive_ptr<orv::ITracer> tracer;
   orv::intrusive_ptr<MemoryServiceManager> settings;
   orv::intrusive_ptr<ServiceLocator> locator;
-  orv::intrusive_ptr<TaskManager> tasks;          // no task until configured
-  orv::intrusive_ptr<EventPublisher> events;      // JSON lines on standard output
+  orv::intrusive_ptr<TaskManager> tasks;         // no task until configured
+  orv::intrusive_ptr<EventPublisher> events;     // JSON lines on standard output
   orv::intrusive_ptr<ProcessManager> processes;  // the real /proc
 
   // Allocator, `tracer` and a service manager seeded with the default records, all registered.

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+
+#include "qel/tools/process_runner.h"
+#include "unique_fd.h"
+
+namespace qel::tools::process {
+
+using Clock = std::chrono::steady_clock;
+using Deadline = std::optional<Clock::time_point>;
+
+// Kills and reaps the child unless it was reaped already (Release).
+class ChildGuard final {
+ public:
+  explicit ChildGuard(pid_t pid) noexcept : m_pid(pid) {}
+  ChildGuard(const ChildGuard&) = delete;
+  ChildGuard& operator=(const ChildGuard&) = delete;
+  ~ChildGuard();
+
+  pid_t pid() const noexcept { return m_pid; }
+  void Release() noexcept { m_pid = -1; }
+
+ private:
+  pid_t m_pid;
+};
+
+// The six pipe ends of a run; all closed on every way out.
+struct PipeSlots {
+  UniqueFd stdinChild;
+  UniqueFd stdinParent;
+  UniqueFd stdoutParent;
+  UniqueFd stdoutChild;
+  UniqueFd stderrParent;
+  UniqueFd stderrChild;
+
+  void CloseChildEnds() noexcept;
+  void CloseParentEnds() noexcept;
+  bool AnyParentEnd() const noexcept;
+};
+
+// Makes a pipe with both ends close-on-exec. False with errno on failure.
+bool MakePipe(UniqueFd& readEnd, UniqueFd& writeEnd) noexcept;
+
+// Stores a failure in the outputs and returns `result`.
+result_t StoreFailure(ProcessOptions& options, result_t result, ChildStage stage, int error);
+
+// Feeds stdinData and collects the captures until every parent end is closed. 0, or 0x80000221
+// when the deadline passed, or 0x80000041 when a capture could not grow; parent ends are then
+// closed.
+result_t Pump(PipeSlots& pipes, const ProcessOptions& options, const Deadline& deadline);
+
+// Waits for the child, with the SIGTERM and SIGKILL ladder after the deadline, and fills in the
+// outputs.
+result_t WaitForChild(ChildGuard& child, const Deadline& deadline, ProcessOptions& options);
+
+}  // namespace qel::tools::process

@@ -1,0 +1,187 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include <boost/filesystem.hpp>
+
+#include "forked.h"
+#include "qel/tools/kernel_release.h"
+#include "qel/tools/process_runner.h"
+#include "test_options.h"
+
+namespace qel::tools {
+namespace {
+
+namespace fs = boost::filesystem;
+
+class TempDir {
+ public:
+  TempDir() : m_path(fs::temp_directory_path() / fs::unique_path()) {
+    fs::create_directories(m_path);
+  }
+  ~TempDir() { fs::remove_all(m_path); }
+  const fs::path& path() const { return m_path; }
+
+ private:
+  fs::path m_path;
+};
+
+std::string ReadAll(const fs::path& path) {
+  std::ifstream file(path.string());
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+TEST(RunProcess, DescriptorsWithoutCloseOnExec_DoNotReachChild) {
+  const int leaked = open("/dev/null", O_RDONLY);  // deliberately without O_CLOEXEC
+  ASSERT_GE(leaked, 3);
+  const char* const args[] = {"/bin/ls", "/proc/self/fd", nullptr};
+  std::string out;
+  ProcessOptions options = TestOptions(args);
+  options.stdoutCapture = &out;
+  EXPECT_EQ(RunProcess(options), orv::errors::kOk);
+  close(leaked);
+  // 3 is the listing's own directory.
+  EXPECT_EQ(out, "0\n1\n2\n3\n");
+}
+
+TEST(CloseOtherDescriptors, Listing_ClosesAllAboveStandardOnes) {
+  const int status = RunForked([] {
+    for (int i = 0; i < 20; ++i) {
+      if (open("/dev/null", O_RDONLY) < 0) {
+        return 1;
+      }
+    }
+    CloseOtherDescriptorsByListing();
+    for (int fd = 3; fd < 64; ++fd) {
+      if (fcntl(fd, F_GETFD) != -1) {
+        return 2;
+      }
+    }
+    return fcntl(0, F_GETFD) != -1 && fcntl(2, F_GETFD) != -1 ? 0 : 3;
+  });
+  EXPECT_EQ(status, 0);
+}
+
+TEST(RunProcess, GivenDescriptors_RedirectedWithGivenEnvironment) {
+  TempDir dir;
+  std::ofstream(dir.path() / "in") << "input\n";
+  const int in = open((dir.path() / "in").c_str(), O_RDONLY | O_CLOEXEC);
+  const int out = open((dir.path() / "out").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  const int err = open((dir.path() / "err").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  const char* const args[] = {"sh", "-c", "cat; echo \"$EXTRA\" >&2", nullptr};
+  const char* const env[] = {"EXTRA=given", nullptr};
+  ProcessOptions options = TestOptions(args);
+  options.env = env;
+  options.stdinFd = in;
+  options.stdoutFd = out;
+  options.stderrFd = err;
+  EXPECT_EQ(RunProcess(options), orv::errors::kOk);
+  close(in);
+  close(out);
+  close(err);
+  EXPECT_EQ(ReadAll(dir.path() / "out"), "input\n");
+  EXPECT_EQ(ReadAll(dir.path() / "err"), "given\n");
+}
+
+// The output descriptor sits at 0, where the input goes first: it must be moved away, not lost.
+TEST(RunProcess, OutputDescriptorAtZero_MovedBeforeInputTakesIt) {
+  TempDir dir;
+  std::ofstream(dir.path() / "in") << "moved\n";
+  const fs::path outPath = dir.path() / "out";
+  const int status = RunForked([&] {
+    const int in = open((dir.path() / "in").c_str(), O_RDONLY | O_CLOEXEC);
+    const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    if (in < 0 || out < 0 || dup2(out, 0) != 0) {
+      return 100;
+    }
+    const char* const args[] = {"/bin/cat", nullptr};
+    ProcessOptions options = TestOptions(args);
+    options.stdinFd = in;
+    options.stdoutFd = 0;
+    return ORV_SUCCEEDED(RunProcess(options)) ? 0 : 101;
+  });
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(ReadAll(outPath), "moved\n");
+}
+
+TEST(RunProcessDetached, Daemon_RunsInOwnSessionInRootWithClearedUmask) {
+  TempDir dir;
+  const fs::path outPath = dir.path() / "out";
+  const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  // The daemon's session is a new one, made by the first child.
+  const std::string ourSession = std::to_string(getsid(0));
+  const char* const args[] = {"sh",
+                              "-c",
+                              "pwd; umask; [ $(ps -o sid= $$) -ne $1 ] && echo other",
+                              "sh",
+                              ourSession.c_str(),
+                              nullptr};
+  ProcessOptions options = TestOptions(args);
+  options.stdoutFd = out;
+  EXPECT_EQ(RunProcessDetached(options), orv::errors::kOk);
+  close(out);
+  const std::string expected = "/\n0000\nother\n";
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (ReadAll(outPath) != expected && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_EQ(ReadAll(outPath), expected);
+}
+
+TEST(RunProcessDetached, PipesOrNonFiles_Rejected) {
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  const char* const args[] = {"/bin/true", nullptr};
+  std::string capture;
+  ProcessOptions toPipe = TestOptions(args);
+  toPipe.stdoutFd = ends[1];
+  ProcessOptions captured = toPipe;
+  captured.stdoutFd = -1;
+  captured.stdoutCapture = &capture;
+  for (ProcessOptions* options : {&toPipe, &captured}) {
+    EXPECT_EQ(RunProcessDetached(*options), orv::errors::kInvalidArgument);
+    EXPECT_EQ(options->stage, ChildStage::kOptionsRejected);
+  }
+  close(ends[0]);
+  close(ends[1]);
+}
+
+TEST(ResolveExecutable, NamesSearchedPathsTakenAsGiven) {
+  EXPECT_EQ(ResolveExecutable("sh"), "/usr/bin/sh");
+  EXPECT_EQ(ResolveExecutable("no-such-program-here"), "");
+  EXPECT_EQ(ResolveExecutable("/no/such/program"), "/no/such/program");
+}
+
+struct ReleaseCase {
+  const char* text;
+  KernelRelease expected;  // build, patch, minor, major
+};
+
+class KernelReleaseText : public testing::TestWithParam<ReleaseCase> {};
+
+TEST_P(KernelReleaseText, Parsed) {
+  EXPECT_EQ(ParseKernelRelease(GetParam().text), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Releases, KernelReleaseText,
+                         testing::Values(ReleaseCase{"5.9.0", {-1, 0, 9, 5}},
+                                         ReleaseCase{"5.15.0-91-generic", {91, 0, 15, 5}},
+                                         ReleaseCase{"6.1", {-1, -1, 1, 6}},
+                                         ReleaseCase{"unknown", {-1, -1, -1, -1}}));
+
+TEST(KernelRelease, Compared_MajorFirst) {
+  EXPECT_TRUE((KernelRelease{-1, -1, 9, 5} < KernelRelease{-1, 0, 9, 5}));
+  EXPECT_TRUE((KernelRelease{99, 99, 99, 4} < KernelRelease{-1, -1, 0, 5}));
+  EXPECT_FALSE((KernelRelease{-1, 0, 10, 5} < KernelRelease{-1, -1, 9, 5}));
+}
+
+}  // namespace
+}  // namespace qel::tools

@@ -1,0 +1,282 @@
+#include "qel/tools/process_runner.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+
+#include <string>
+#include <vector>
+
+#include <boost/algorithm/string/split.hpp>
+#include <boost/filesystem.hpp>
+
+#include "test_options.h"
+
+namespace qel::tools {
+namespace {
+
+// Set before the first use of the default environment, which keeps the values it saw then.
+const bool kEnvironmentSet = setenv("LC_TIME", "C.UTF-8", 1) == 0 &&
+                             setenv("LC_PAPER", "C.UTF-8", 1) == 0 &&
+                             setenv("PATH", "/nowhere", 1) == 0;
+
+std::vector<const char*> Shell(const char* script, std::vector<const char*> rest = {}) {
+  std::vector<const char*> args = {"/bin/sh", "-c", script, "sh"};
+  args.insert(args.end(), rest.begin(), rest.end());
+  args.push_back(nullptr);
+  return args;
+}
+
+struct Capture {
+  std::string out;
+  std::string err;
+};
+
+// Runs the shell script with both streams captured.
+result_t RunScript(const char* script, Capture& capture, std::vector<const char*> rest = {}) {
+  const auto args = Shell(script, rest);
+  ProcessOptions options = TestOptions(args.data());
+  options.stdoutCapture = &capture.out;
+  options.stderrCapture = &capture.err;
+  return RunProcess(options);
+}
+
+class RejectedOptions : public testing::TestWithParam<void (*)(ProcessOptions&)> {};
+
+TEST_P(RejectedOptions, InvalidArgumentAndNoChild) {
+  const boost::filesystem::path marker =
+      boost::filesystem::temp_directory_path() / boost::filesystem::unique_path();
+  const std::string script = "touch " + marker.string();
+  const auto args = Shell(script.c_str());
+  std::string out;
+  std::string err;
+  static const unsigned char kByte = 'x';
+  const const_blob_range_t oneByte{&kByte, &kByte + 1};
+  ProcessOptions options = TestOptions(args.data());
+  options.stdinData = &oneByte;
+  GetParam()(options);
+  // The parameters mark the captures they want; they get real strings here.
+  if (options.stdoutCapture != nullptr) {
+    options.stdoutCapture = &out;
+  }
+  if (options.stderrCapture != nullptr) {
+    options.stderrCapture = &err;
+  }
+  EXPECT_EQ(RunProcess(options), orv::errors::kInvalidArgument);
+  EXPECT_EQ(options.stage, ChildStage::kOptionsRejected);
+  EXPECT_FALSE(boost::filesystem::exists(marker));
+}
+
+std::string* const kSomeString = reinterpret_cast<std::string*>(1);
+const const_blob_range_t kEmptyInput{};
+
+INSTANTIATE_TEST_SUITE_P(
+    Contradictions, RejectedOptions,
+    testing::Values([](ProcessOptions& o) { o.stdoutCapture = kSomeString, o.stdoutFd = 2; },
+                    [](ProcessOptions& o) { o.stdoutFd = 2, o.inheritStdout = true; },
+                    [](ProcessOptions& o) { o.stderrCapture = kSomeString, o.stderrFd = 1; },
+                    [](ProcessOptions& o) {
+                      o.stdoutCapture = kSomeString, o.stderrFd = 1, o.mergeStderr = true;
+                    },
+                    [](ProcessOptions& o) { o.stdinFd = 0; },
+                    [](ProcessOptions& o) { o.stdinData = &kEmptyInput; },
+                    [](ProcessOptions& o) { o.stdoutCapture = kSomeString, o.stdoutLimit = 0; },
+                    [](ProcessOptions& o) { o.stderrCapture = kSomeString, o.stderrLimit = 0; },
+                    [](ProcessOptions& o) { o.mergeStderr = true; }));
+
+TEST(RunProcess, ExitStatusAndSignal_Reported) {
+  Capture capture;
+  EXPECT_EQ(RunScript("exit 0", capture), orv::errors::kOk);
+
+  const auto args = Shell("exit 3");
+  ProcessOptions failing = TestOptions(args.data());
+  EXPECT_EQ(RunProcess(failing), orv::errors::kUnspecified);
+  EXPECT_EQ(failing.exitCode, 3);
+  EXPECT_FALSE(failing.signal);
+
+  const auto killer = Shell("kill -9 $$");
+  ProcessOptions killed = TestOptions(killer.data());
+  EXPECT_EQ(RunProcess(killed), orv::errors::kUnspecified);
+  EXPECT_EQ(killed.signal, SIGKILL);
+  EXPECT_FALSE(killed.exitCode);
+}
+
+TEST(RunProcess, ProgramMissing_NotFoundOrChildExit) {
+  const char* const relative[] = {"no-such-program-here", nullptr};
+  ProcessOptions searched = TestOptions(relative);
+  EXPECT_EQ(RunProcess(searched), orv::errors::kNotFound);
+  EXPECT_EQ(searched.stage, ChildStage::kProgramNotFound);
+
+  // An absolute path is not checked: execve fails in the child with ENOENT.
+  const char* const absolute[] = {"/no/such/program", nullptr};
+  ProcessOptions started = TestOptions(absolute);
+  EXPECT_EQ(RunProcess(started), orv::errors::kUnspecified);
+  EXPECT_EQ(started.exitCode, ENOENT);
+  EXPECT_EQ(started.stage, ChildStage::kNone);
+}
+
+TEST(RunProcess, Streams_CapturedSeparatelyOrMerged) {
+  Capture capture;
+  EXPECT_EQ(RunScript("echo out; echo err >&2", capture), orv::errors::kOk);
+  EXPECT_EQ(capture.out, "out\n");
+  EXPECT_EQ(capture.err, "err\n");
+
+  const auto args = Shell("echo out; echo err >&2");
+  std::string merged;
+  ProcessOptions options = TestOptions(args.data());
+  options.stdoutCapture = &merged;
+  options.mergeStderr = true;
+  EXPECT_EQ(RunProcess(options), orv::errors::kOk);
+  EXPECT_EQ(merged, "out\nerr\n");
+}
+
+TEST(RunProcess, InputLargerThanPipe_FedAndEchoed) {
+  std::string input(1 << 20, '\0');
+  for (size_t i = 0; i < input.size(); ++i) {
+    input[i] = static_cast<char>(i * 7);
+  }
+  const auto* bytes = reinterpret_cast<const unsigned char*>(input.data());
+  const const_blob_range_t data{bytes, bytes + input.size()};
+  const char* const args[] = {"cat", nullptr};
+  std::string output;
+  ProcessOptions options = TestOptions(args);
+  options.stdinData = &data;
+  options.stdoutCapture = &output;
+  EXPECT_EQ(RunProcess(options), orv::errors::kOk);
+  EXPECT_TRUE(output == input);
+}
+
+TEST(RunProcess, CaptureLimit_ClosesPipeAndChildWriteFails) {
+  const auto args = Shell("while printf 0123456789; do :; done; exit 7");
+  std::string out;
+  ProcessOptions options = TestOptions(args.data());
+  options.stdoutCapture = &out;
+  options.stdoutLimit = 15;
+  options.timeoutMs = 60000;  // only against a hang
+  EXPECT_EQ(RunProcess(options), orv::errors::kUnspecified);
+  EXPECT_EQ(out, "012345678901234");
+  // Killed by SIGPIPE, or its write failed with EPIPE when SIGPIPE is ignored.
+  EXPECT_TRUE(options.signal == SIGPIPE || options.exitCode == 7);
+}
+
+TEST(RunProcess, ArgumentsAndEnvironment_CutAndFiltered) {
+  const std::string longArgument(5000, 'a');
+  Capture capture;
+  EXPECT_EQ(RunScript("printf %s \"$1\" | wc -c", capture, {longArgument.c_str()}),
+            orv::errors::kOk);
+  EXPECT_EQ(capture.out, "4095\n");
+
+  std::vector<std::string> many(60, "x");
+  std::vector<const char*> manyArgs;
+  for (const std::string& argument : many) {
+    manyArgs.push_back(argument.c_str());
+  }
+  capture = {};
+  // /bin/sh, -c, the script and $0 take 4 of the 50 entries that reach the child.
+  EXPECT_EQ(RunScript("echo $#", capture, manyArgs), orv::errors::kOk);
+  EXPECT_EQ(capture.out, "46\n");
+
+  ASSERT_TRUE(kEnvironmentSet);
+  capture = {};
+  const char* const env[] = {"env", nullptr};
+  ProcessOptions options = TestOptions(env);
+  options.stdoutCapture = &capture.out;
+  EXPECT_EQ(RunProcess(options), orv::errors::kOk);
+  std::vector<std::string> lines;
+  boost::algorithm::split(lines, capture.out, [](char c) { return c == '\n'; });
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(lines[0], "PATH=/usr/sbin:/usr/bin:/bin:/sbin");
+  EXPECT_NE(capture.out.find("\nLC_TIME=C.UTF-8\n"), std::string::npos);
+  EXPECT_EQ(capture.out.find("LC_PAPER"), std::string::npos);
+  EXPECT_EQ(capture.out.find("/nowhere"), std::string::npos);
+}
+
+struct UserCase {
+  uint32_t uid;
+  uint32_t gid;
+  std::vector<uint32_t> groups;
+  const char* expected;  // id -u, id -g, id -G
+};
+
+class UserChange : public testing::TestWithParam<UserCase> {};
+
+TEST_P(UserChange, ChildRunsAsAsked) {
+  ASSERT_EQ(geteuid(), 0u) << "the user change needs root";
+  Capture capture;
+  const auto args = Shell("id -u; id -g; id -G");
+  ProcessOptions options = TestOptions(args.data());
+  options.uid = GetParam().uid;
+  options.gid = GetParam().gid;
+  options.groups = GetParam().groups;
+  options.stdoutCapture = &capture.out;
+  EXPECT_EQ(RunProcess(options), orv::errors::kOk);
+  EXPECT_EQ(capture.out, GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Users, UserChange,
+                         testing::Values(UserCase{65534, 65534, {65534}, "65534\n65534\n65534\n"},
+                                         UserCase{
+                                             65534, 65534, {65534, 5}, "65534\n65534\n65534 5\n"},
+                                         // uid 0 and gid 0 mean "no change", not "become root".
+                                         UserCase{0, 0, {0}, "0\n0\n0\n"}));
+
+TEST(RunProcess, WorkingDirectoryAndLimits_AppliedInChild) {
+  const boost::filesystem::path directory =
+      boost::filesystem::canonical(boost::filesystem::temp_directory_path());
+  const auto args = Shell("pwd; ulimit -n");
+  std::string out;
+  ProcessOptions options = TestOptions(args.data());
+  options.cwd = directory.c_str();
+  options.limits = {{64, 64, RLIMIT_NOFILE}};
+  options.stdoutCapture = &out;
+  EXPECT_EQ(RunProcess(options), orv::errors::kOk);
+  EXPECT_EQ(out, directory.string() + "\n64\n");
+
+  options.cwd = "/no/such/directory";
+  EXPECT_EQ(RunProcess(options), orv::errors::kUnspecified);
+  EXPECT_EQ(options.exitCode, ENOENT);
+
+  options.cwd = nullptr;
+  options.limits = {{1, 2, RLIMIT_NOFILE}};  // soft above hard
+  EXPECT_EQ(RunProcess(options), orv::errors::kUnspecified);
+  EXPECT_EQ(options.exitCode, EINVAL);
+}
+
+struct LadderCase {
+  bool ignoreTerm;
+  int signal;
+};
+
+class TimeLimit : public testing::TestWithParam<LadderCase> {};
+
+TEST_P(TimeLimit, ChildStoppedByLadder) {
+  // A disposition of "ignore" survives clone and exec: the child ignores SIGTERM from its start.
+  struct sigaction previous {};
+  struct sigaction ignore {};
+  ignore.sa_handler = GetParam().ignoreTerm ? SIG_IGN : SIG_DFL;
+  sigaction(SIGTERM, &ignore, &previous);
+  const char* const args[] = {"/bin/sleep", "60", nullptr};
+  ProcessOptions options = TestOptions(args);
+  options.timeoutMs = 50;
+  const result_t result = RunProcess(options);
+  sigaction(SIGTERM, &previous, nullptr);
+  EXPECT_EQ(result, kOperationTimeout);
+  EXPECT_EQ(options.result, kOperationTimeout);
+  EXPECT_EQ(options.signal, GetParam().signal);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ladder, TimeLimit,
+                         testing::Values(LadderCase{false, SIGTERM}, LadderCase{true, SIGKILL}));
+
+TEST(RunProcess, TimeLimitWhilePumping_Timeout) {
+  const auto args = Shell("echo started; exec sleep 60");
+  std::string out;
+  ProcessOptions options = TestOptions(args.data());
+  options.stdoutCapture = &out;
+  options.timeoutMs = 100;
+  EXPECT_EQ(RunProcess(options), kOperationTimeout);
+  EXPECT_TRUE(options.signal);
+}
+
+}  // namespace
+}  // namespace qel::tools

@@ -1,0 +1,71 @@
+#include <pwd.h>
+#include <utmp.h>
+
+#include <cerrno>
+#include <cstring>
+#include <set>
+
+#include "account_paths.h"
+#include "qel/tools/accounts.h"
+
+namespace qel::tools {
+namespace {
+
+constexpr size_t kFirstBufferSize = 4096;
+// ERANGE retries for one call, all names together: the fifth stops the doubling.
+constexpr int kRetryStop = 5;
+
+// The names of the USER_PROCESS records, each once. The utmp calls work on process-wide state;
+// there is no lock around them.
+result_t LoggedNames(std::set<std::string>& names) {
+  if (utmpname(accounts::kUtmpPath) != 0) {
+    return orv::ResultFromErrno(static_cast<uint32_t>(errno));
+  }
+  setutent();
+  utmp record{};
+  utmp* read = nullptr;
+  while (getutent_r(&record, &read) == 0 && read != nullptr) {
+    if (read->ut_type == USER_PROCESS) {
+      names.emplace(read->ut_user, strnlen(read->ut_user, sizeof(read->ut_user)));
+    }
+  }
+  endutent();
+  return orv::errors::kOk;
+}
+
+}  // namespace
+
+result_t GetLoggedUsers(const UserGroupInfo& groups, std::vector<QelUser>& users) {
+  users.clear();
+  std::set<std::string> names;
+  const result_t result = LoggedNames(names);
+  if (ORV_FAILED(result)) {
+    return result;
+  }
+  std::vector<char> buffer(kFirstBufferSize);
+  int retries = 0;
+  for (const std::string& name : names) {
+    passwd entry{};
+    passwd* found = nullptr;
+    int error = getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found);
+    // The buffer keeps its grown size for the names that follow.
+    while (error == ERANGE && ++retries < kRetryStop) {
+      buffer.resize(buffer.size() * 2);
+      error = getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found);
+    }
+    if (error != 0 || found == nullptr) {
+      continue;
+    }
+    // No uid filter: a system account that logged in is a user here.
+    QelUser user;
+    user.name = found->pw_name;
+    user.home = found->pw_dir;
+    user.uid = found->pw_uid;
+    user.gid = found->pw_gid;
+    user.role = GetUsersRole(user.name, user.uid, groups);
+    users.push_back(std::move(user));
+  }
+  return orv::errors::kOk;
+}
+
+}  // namespace qel::tools

@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <exception>
 
+#include "network_ports.h"
 #include "orv/intrusive_ptr.h"
 #include "orv/module_lock.h"
 #include "orv/object_impl.h"
@@ -8,6 +9,7 @@
 #include "orv/service.h"
 #include "qel/tcp_traffic_interceptor/class_ids.h"
 #include "registry/type_descriptor_static_registry.h"
+#include "tcp_interceptor_configurator.h"
 
 namespace {
 
@@ -19,6 +21,10 @@ orv::IObjectFactory* CreateFactory(uint32_t classId) {
     case tti::CLSID_TypeDescriptorStaticRegistry:
       return orv::FactoryFor<
           tti::MetaInfoDescriptorsNamespace::TypeDescriptorStaticRegistry>::Create();
+    case tti::CLSID_NetworkPorts:
+      return orv::FactoryFor<tti::NetworkPorts>::Create();
+    case tti::CLSID_TcpInterceptorConfigurator:
+      return orv::FactoryFor<tti::TcpInterceptorConfigurator>::Create();
     default:
       return nullptr;
   }

@@ -50,9 +50,10 @@ TEST(ModuleHostTest, InfoJson_RealModule_ReportsClassesDescriptorAndUnload) {
   const nlohmann::json report = nlohmann::json::parse(outcome.output);
 
   for (const nlohmann::json& answer : report.at("classes")) {
-    const bool registry = answer.at("id") == "0xdaa3b669";
-    EXPECT_EQ(answer.at("served"), registry) << answer.dump();
-    EXPECT_EQ(answer.at("result"), registry ? "0x00000000" : "0x80000043") << answer.dump();
+    const std::string id = answer.at("id");
+    const bool served = id == "0xdaa3b669" || id == "0x39d30aa9" || id == "0x0a5cfc56";
+    EXPECT_EQ(answer.at("served"), served) << answer.dump();
+    EXPECT_EQ(answer.at("result"), served ? "0x00000000" : "0x80000043") << answer.dump();
   }
   EXPECT_EQ(report.at("classes").size(), 5u);
 

@@ -1,0 +1,132 @@
+#include "endpoint_conversions.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+namespace tm = ::traffic_processing::traffic_monitor;
+namespace interception = qel::tcp_traffic_interceptor::interception;
+using interception::EndpointExcludes;
+
+EndpointExcludes Excludes(std::vector<std::pair<std::string, uint16_t>> rows) {
+  EndpointExcludes excludes;
+  for (const auto& [address, port] : rows) {
+    excludes.push_back(
+        qel::settings::EndpointExclude{orv::types::string8_t(std::string_view(address)), port});
+  }
+  return excludes;
+}
+
+std::vector<std::pair<std::string, uint16_t>> Rows(const EndpointExcludes& excludes) {
+  std::vector<std::pair<std::string, uint16_t>> rows;
+  for (const qel::settings::EndpointExclude& exclude : excludes) {
+    rows.emplace_back(std::string(exclude.address.view()), exclude.port);
+  }
+  return rows;
+}
+
+TEST(EndpointConversionsTest, Outgoing_AddressInFirstEndpoint_ReadsBackUnchanged) {
+  const interception::EndpointRules rules =
+      interception::OutgoingExcludesToRules(Excludes({{"192.0.2.1", 443}, {"2001:db8::5", 8080}}));
+  ASSERT_EQ(rules.size(), 2u);
+  EXPECT_TRUE(rules[0].enabled);
+  EXPECT_EQ(rules[0].firstEndpoint.family, 4u);
+  EXPECT_EQ(rules[0].firstEndpoint.v4.address, 3221225985u);
+  EXPECT_EQ(rules[0].firstEndpoint.v4.port, 443);
+  EXPECT_EQ(rules[0].secondEndpoint.family, 0u);
+  EXPECT_EQ(rules[1].firstEndpoint.v6.address[1], 0x20010db800000000u);
+  EXPECT_EQ(rules[1].firstEndpoint.v6.address[0], 5u);
+  EXPECT_EQ(
+      Rows(interception::RulesToExcludes(rules)),
+      (std::vector<std::pair<std::string, uint16_t>>{{"192.0.2.1", 443}, {"2001:db8::5", 8080}}));
+}
+
+TEST(EndpointConversionsTest, Endpoint_PortFromSecondEndpoint_EmbeddedPortAndScopeLost) {
+  const interception::EndpointRules rules = interception::EndpointExcludesToRules(
+      Excludes({{"192.0.2.1:80", 443}, {"[fe80::1%3]:8080", 22}}));
+  ASSERT_EQ(rules.size(), 2u);
+  EXPECT_EQ(rules[0].firstEndpoint.v4.port, 80);
+  EXPECT_EQ(rules[0].secondEndpoint.family, 4u);
+  EXPECT_EQ(rules[0].secondEndpoint.v4.address, 0u);
+  EXPECT_EQ(rules[0].secondEndpoint.v4.port, 443);
+  EXPECT_EQ(rules[1].firstEndpoint.v6.scopeId, 3u);
+  EXPECT_EQ(rules[1].firstEndpoint.v6.port, 8080);
+  EXPECT_EQ(rules[1].secondEndpoint.v6.port, 22);
+  EXPECT_EQ(Rows(interception::RulesToExcludes(rules)),
+            (std::vector<std::pair<std::string, uint16_t>>{{"192.0.2.1", 443}, {"fe80::1", 22}}));
+}
+
+TEST(EndpointConversionsTest, EmptyAddress_TwoRulesBothLists_ReadBackAsTwoEntries) {
+  for (const bool outgoing : {true, false}) {
+    const EndpointExcludes excludes = Excludes({{"", 53}});
+    const interception::EndpointRules rules = outgoing
+                                                  ? interception::OutgoingExcludesToRules(excludes)
+                                                  : interception::EndpointExcludesToRules(excludes);
+    ASSERT_EQ(rules.size(), 2u);
+    const tm::IpEndpoint& any4 = outgoing ? rules[0].firstEndpoint : rules[0].secondEndpoint;
+    const tm::IpEndpoint& any6 = outgoing ? rules[1].firstEndpoint : rules[1].secondEndpoint;
+    EXPECT_EQ(any4.family, 4u);
+    EXPECT_EQ(any6.family, 6u);
+    EXPECT_EQ((outgoing ? rules[0].secondEndpoint : rules[0].firstEndpoint).family, 0u);
+    EXPECT_EQ(Rows(interception::RulesToExcludes(rules)),
+              (std::vector<std::pair<std::string, uint16_t>>{{"0.0.0.0", 53}, {"::", 53}}))
+        << outgoing;
+  }
+}
+
+struct Refused {
+  std::string address;
+  bool outgoingEmpty;  // inet_pton refuses it: the outgoing list comes out empty
+  bool endpointThrows;
+};
+
+class ConvertRefused : public ::testing::TestWithParam<Refused> {};
+
+// The two lists read addresses differently on purpose.
+TEST_P(ConvertRefused, Convert_Address_ListsDisagreeAsDesigned) {
+  const Refused& row = GetParam();
+  const EndpointExcludes excludes = Excludes({{"", 1}, {row.address, 2}});
+  EXPECT_EQ(interception::OutgoingExcludesToRules(excludes).empty(), row.outgoingEmpty);
+  if (row.endpointThrows) {
+    EXPECT_THROW(interception::EndpointExcludesToRules(excludes), std::runtime_error);
+  } else {
+    EXPECT_EQ(interception::EndpointExcludesToRules(excludes).size(), 3u);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, ConvertRefused,
+    ::testing::Values(Refused{"192.0.2.1:80", true, false}, Refused{"0x7f.0.0.01", true, false},
+                      Refused{"[::1]:8080", true, false}, Refused{"256.0.0.1", true, true},
+                      Refused{"1.2.3", true, true},
+                      // No ':' in the first six characters: AF_INET, which refuses it.
+                      Refused{"hostname:1", true, true}, Refused{"192.0.2.1", false, false}));
+
+TEST(EndpointConversionsTest, Endpoint_LeadingNul_EmptiesTheList) {
+  const EndpointExcludes excludes = Excludes({{"", 1}, {std::string("\0x", 2), 2}});
+  EXPECT_TRUE(interception::EndpointExcludesToRules(excludes).empty());
+}
+
+TEST(EndpointConversionsTest, Compare_DisabledRulesSkippedAndEqualityByFamily) {
+  interception::EndpointRules rules =
+      interception::OutgoingExcludesToRules(Excludes({{"192.0.2.1", 1}, {"192.0.2.2", 2}}));
+  rules[0].enabled = false;
+  EXPECT_EQ(Rows(interception::RulesToExcludes(rules)),
+            (std::vector<std::pair<std::string, uint16_t>>{{"192.0.2.2", 2}}));
+
+  // Family 0 endpoints are equal whatever their other bytes hold.
+  interception::EndpointRules a = rules;
+  interception::EndpointRules b = rules;
+  b[1].secondEndpoint.raw[3] = 7;
+  EXPECT_TRUE(interception::SameRules(a, b));
+  b[1].firstEndpoint.v4.port = 3;
+  EXPECT_FALSE(interception::SameRules(a, b));
+}
+
+}  // namespace

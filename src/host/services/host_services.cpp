@@ -1,5 +1,10 @@
 #include "host/host_services.h"
 
+#include "component/traffic_processing/protocollers/ssl/auto_excludes/auto_excludes.h"
+#include "component/traffic_processing/traffic_monitor/pdk_settings.h"
+#include "component/traffic_processing/traffic_monitor/trusted_urls_settings.h"
+#include "crypto/certificate_chain_verification_settings.h"
+#include "qel/settings/network_ports.h"
 #include "qel/tcp_traffic_interceptor/class_ids.h"
 #include "qel/tcp_traffic_interceptor/invalid_certificate_handler_settings.h"
 
@@ -23,6 +28,12 @@ HostServices HostServices::Create(orv::ITracer* tracer) {
   services.locator->Add<qel::INonRemoteEventPublisher>(services.events.get());
   services.processes = MakeObject<ProcessManager>();
   services.locator->Add<qel::IProcessManager>(services.processes.get());
+  services.autoExcludes = MakeObject<AutoExcludesView>();
+  services.locator->Add<traffic_processing::protocollers::ssl::auto_excludes::IAutoExcludesView>(
+      services.autoExcludes.get());
+  services.trafmonExcludes = MakeObject<UpdatableExcludesView>();
+  services.locator->Add<traffic_processing::traffic_monitor::IUpdatableExcludesView>(
+      services.trafmonExcludes.get());
   return services;
 }
 
@@ -30,6 +41,14 @@ void SeedDefaultSettings(MemoryServiceManager& settings) {
   namespace tti = qel::tcp_traffic_interceptor;
   // One line per record the module reads: its service key and its default value.
   settings.Seed<tti::InvalidCertificateHandlerSettings>(tti::CLSID_InvalidCertificateHandler);
+  namespace tm = traffic_processing::traffic_monitor;
+  namespace auto_excludes = traffic_processing::protocollers::ssl::auto_excludes;
+  settings.Seed<tm::pdkSettings>(tm::CLDIS_TcpInterceptor);
+  settings.Seed<qel::settings::NetworkPorts>(tti::CLSID_NetworkPorts);
+  settings.Seed<crypto::CertificateChainVerificationSettings>(
+      crypto::CLSID_CertificateChainVerifier);
+  settings.Seed<tm::TrustedUrlsSettings>(tm::CLSID_TrustedUrls);
+  settings.Seed<auto_excludes::AutoExcludesSettings>(auto_excludes::CLSID_AutoExcludes);
 }
 
 }  // namespace host

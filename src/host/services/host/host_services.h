@@ -4,6 +4,7 @@
 
 #include "host/capturing_tracer.h"
 #include "host/event_publisher.h"
+#include "host/excludes_views.h"
 #include "host/malloc_allocator.h"
 #include "host/memory_service_manager.h"
 #include "host/process_manager.h"
@@ -20,9 +21,11 @@ struct HostServices {
   orv::intrusive_ptr<orv::ITracer> tracer;
   orv::intrusive_ptr<MemoryServiceManager> settings;
   orv::intrusive_ptr<ServiceLocator> locator;
-  orv::intrusive_ptr<TaskManager> tasks;         // no task until configured
-  orv::intrusive_ptr<EventPublisher> events;     // JSON lines on standard output
-  orv::intrusive_ptr<ProcessManager> processes;  // the real /proc
+  orv::intrusive_ptr<TaskManager> tasks;                      // no task until configured
+  orv::intrusive_ptr<EventPublisher> events;                  // JSON lines on standard output
+  orv::intrusive_ptr<ProcessManager> processes;               // the real /proc
+  orv::intrusive_ptr<AutoExcludesView> autoExcludes;          // two fixed host masks
+  orv::intrusive_ptr<UpdatableExcludesView> trafmonExcludes;  // three fixed entries
 
   // Allocator, `tracer` and a service manager seeded with the default records, all registered.
   static HostServices Create(orv::ITracer* tracer);

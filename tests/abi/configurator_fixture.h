@@ -1,0 +1,58 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+#include "component/traffic_processing/traffic_monitor/pdk_settings.h"
+#include "orv/intrusive_ptr.h"
+#include "qel/tcp_traffic_interceptor/class_ids.h"
+#include "qel/tcp_traffic_interceptor/tcp_interceptor_configurator.h"
+#include "qel/web_av_info_provider.h"
+#include "support/module_fixture.h"
+
+namespace tti_test {
+
+// A TcpInterceptorConfigurator of the real module over fresh host services.
+class ConfiguratorTest : public ModuleTest {
+ protected:
+  void SetUp() override {
+    ModuleTest::SetUp();
+    configurator = Create<qel::tcp_traffic_interceptor::ITcpInterceptorConfigurator>(
+        qel::tcp_traffic_interceptor::CLSID_TcpInterceptorConfigurator);
+    ASSERT_TRUE(configurator);
+    ASSERT_EQ(configurator->QueryInterface(qel::IWebAvInfoProvider::kIid,
+                                           reinterpret_cast<void**>(provider.Ref())),
+              0);
+  }
+  void TearDown() override {
+    provider.reset();
+    configurator.reset();
+    ModuleTest::TearDown();
+  }
+
+  template <class Record>
+  Record Stored(uint32_t serviceKey) {
+    Record record;
+    EXPECT_TRUE(services.settings->Read(serviceKey, record));
+    return record;
+  }
+  template <class Record>
+  uint32_t Revision(uint32_t serviceKey) {
+    return services.settings->Revision(serviceKey, Record::kTypeId);
+  }
+  template <class Record>
+  void Store(uint32_t serviceKey, const Record& record) {
+    services.settings->Seed(serviceKey, record);
+  }
+  qel::settings::NetSettings Current() {
+    qel::settings::NetSettings settings;
+    EXPECT_EQ(configurator->GetNetSettings(settings), 0);
+    return settings;
+  }
+
+  orv::intrusive_ptr<qel::tcp_traffic_interceptor::ITcpInterceptorConfigurator> configurator;
+  orv::intrusive_ptr<qel::IWebAvInfoProvider> provider;
+};
+
+}  // namespace tti_test

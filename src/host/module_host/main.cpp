@@ -2,15 +2,18 @@
 #include <cstdint>
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include "host/host_object.h"
 #include "host/module_loader.h"
 #include "host/stderr_tracer.h"
 #include "info_command.h"
 #include "info_output.h"
+#include "interception_commands.h"
 
 namespace {
 
@@ -42,7 +45,52 @@ int main(int argc, char** argv) {
   bool json = false;
   info->add_flag("--json", json, "Print one JSON document instead of text");
 
+  CLI::App* ports = app.add_subcommand(
+      "ports", "NetworkPorts: start or stop interception, or start it with the ports of FILE");
+  std::string portsAction;
+  std::string portsFile;
+  ports->add_option("action", portsAction, "start, stop or set")
+      ->required()
+      ->check(CLI::IsMember({"start", "stop", "set"}));
+  ports->add_option("file", portsFile, "JSON of qel::settings::NetworkPorts (for set)");
+
+  CLI::App* netSettings = app.add_subcommand(
+      "net-settings", "TcpInterceptorConfigurator: read the network settings or apply FILE");
+  std::string netAction;
+  std::string netFile;
+  int netTimes = 1;
+  netSettings->add_option("action", netAction, "get or set")
+      ->required()
+      ->check(CLI::IsMember({"get", "set"}));
+  netSettings->add_option("file", netFile, "JSON of qel::settings::NetSettings (for set)");
+  netSettings->add_option("--times", netTimes, "How often set applies FILE")
+      ->check(CLI::Range(1, 100));
+
+  CLI::App* trusted = app.add_subcommand(
+      "trusted", "TcpInterceptorConfigurator: read the trusted addresses or write FILE");
+  std::string trustedAction;
+  std::string trustedFile;
+  trusted->add_option("action", trustedAction, "get or set")
+      ->required()
+      ->check(CLI::IsMember({"get", "set"}));
+  trusted->add_option("file", trustedFile, "JSON of qel::settings::TrustedAddresses (for set)");
+
+  CLI::App* interception = app.add_subcommand(
+      "interception", "Start interception, apply FILE twice, stop: the second costs no write");
+  std::string interceptionFile;
+  interception->add_option("file", interceptionFile, "JSON of qel::settings::NetSettings")
+      ->required();
+
   CLI11_PARSE(app, argc, argv);
+
+  const auto needFile = [](const std::string& action, const std::string& file) {
+    if (action == "set" && file.empty()) {
+      throw std::runtime_error("set needs a FILE");
+    }
+  };
+  const auto print = [](const nlohmann::json& report) {
+    std::cout << report.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+  };
 
   try {
     auto tracer = host::MakeObject<host::StderrTracer>(traceLevel);
@@ -58,6 +106,17 @@ int main(int argc, char** argv) {
         std::cerr << "module-host: the module still has live objects and was not unloaded\n";
         return 1;
       }
+    } else if (ports->parsed()) {
+      needFile(portsAction, portsFile);
+      print(module_host::RunPorts(modulePath, tracer.get(), portsAction, portsFile));
+    } else if (netSettings->parsed()) {
+      needFile(netAction, netFile);
+      print(module_host::RunNetSettings(modulePath, tracer.get(), netAction, netFile, netTimes));
+    } else if (trusted->parsed()) {
+      needFile(trustedAction, trustedFile);
+      print(module_host::RunTrusted(modulePath, tracer.get(), trustedAction, trustedFile));
+    } else if (interception->parsed()) {
+      print(module_host::RunInterception(modulePath, tracer.get(), interceptionFile));
     }
   } catch (const std::exception& error) {
     std::cerr << "module-host: " << error.what() << '\n';

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <openssl/x509.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cert_stores/conversions/certificate.h"
+#include "orv/result.h"
+
+namespace qel::tcp_traffic_interceptor::cert_stores {
+
+// Conversions between DER, PEM and X509. Each gives 0 or 0x8000004b for any OpenSSL failure (the
+// reason is not looked at); the output of a failed call is unspecified. std::bad_alloc passes.
+
+// DER in, PEM text with header, footer and final newline out.
+result_t RawToPem(const RawCert& raw, std::vector<uint8_t>& pem);
+// The DER of the first certificate of a PEM text; what follows it is ignored.
+result_t PemToRaw(std::string_view pem, RawCert& raw);
+// The DER of an object; `raw` gets exactly its size.
+result_t X509ToRaw(const X509* certificate, RawCert& raw);
+// X509_subject_name_hash of the certificate.
+result_t GetSubjectHash(const RawCert& raw, uint64_t& hash);
+// Eight lowercase hexadecimal digits, "0"-padded.
+std::string GetHashText(uint64_t hash);
+// The issuer in RFC 2253 form; throws orv::CheckFailedException.
+std::string GetIssuerText(const X509* certificate);
+
+// The prefix and the first eight digits of a random version 4 UUID.
+std::string GenerateCertificateName();
+// A fresh name and a copy of the bytes.
+Certificate MakeCertificate(const RawCert& raw);
+// name.crt, the anchor file.
+std::string AnchorFileName(std::string_view name);
+// name.pem, the link in the link directory.
+std::string LinkFileName(std::string_view name);
+bool IsProductCertificateName(std::string_view name);
+// The stem (last component without its last extension) has the prefix; only text is looked at.
+bool IsProductCertificateFile(std::string_view path);
+
+// "name:PEM;name:PEM" for the helper's --certlist; certificates that do not convert are left out.
+// The list must give at least one item.
+std::string MakeCertList(const std::vector<Certificate>& certificates);
+// The inverse: a piece without exactly one ':' ends the parse, one whose PEM does not convert is
+// skipped.
+std::vector<Certificate> ParseCertList(std::string_view text);
+
+}  // namespace qel::tcp_traffic_interceptor::cert_stores

@@ -1,0 +1,87 @@
+#include "support/local_https_server.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <openssl/ssl.h>
+#include <sys/socket.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace tti::test {
+namespace {
+
+SSL_CTX* Context(void* context) { return static_cast<SSL_CTX*>(context); }
+
+struct SslFree {
+  void operator()(SSL* ssl) const noexcept { SSL_free(ssl); }
+};
+
+}  // namespace
+
+LocalHttpsServer::LocalHttpsServer(const TestCertificate& certificate) {
+  SSL_CTX* context = SSL_CTX_new(TLS_server_method());
+  if (context == nullptr) {
+    throw std::runtime_error("SSL_CTX_new");
+  }
+  m_context = context;
+  if (SSL_CTX_use_certificate(context, certificate.x509.get()) != 1 ||
+      SSL_CTX_use_PrivateKey(context, certificate.key.get()) != 1) {
+    SSL_CTX_free(context);
+    throw std::runtime_error("server certificate");
+  }
+  m_listener.Reset(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t length = sizeof(address);
+  if (!m_listener ||
+      ::bind(m_listener.Get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
+      ::listen(m_listener.Get(), 8) != 0 ||
+      ::getsockname(m_listener.Get(), reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+    SSL_CTX_free(context);
+    throw std::runtime_error("listen on 127.0.0.1");
+  }
+  m_port = ntohs(address.sin_port);
+  m_thread = std::thread([this] { Serve(); });
+}
+
+LocalHttpsServer::~LocalHttpsServer() {
+  m_stopping = true;
+  // Wakes the blocked accept(), which then fails.
+  ::shutdown(m_listener.Get(), SHUT_RDWR);
+  m_thread.join();
+  SSL_CTX_free(Context(m_context));
+}
+
+void LocalHttpsServer::Serve() {
+  while (!m_stopping) {
+    qel::tools::UniqueFd connection(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!connection) {
+      if (m_stopping) {
+        return;
+      }
+      continue;
+    }
+    std::unique_ptr<SSL, SslFree> ssl(SSL_new(Context(m_context)));
+    if (!ssl || SSL_set_fd(ssl.get(), connection.Get()) != 1 || SSL_accept(ssl.get()) != 1) {
+      continue;  // a client that refuses the certificate ends here
+    }
+    std::string request;
+    char buffer[1024];
+    while (request.find("\r\n\r\n") == std::string::npos) {
+      const int count = SSL_read(ssl.get(), buffer, sizeof(buffer));
+      if (count <= 0) {
+        break;
+      }
+      request.append(buffer, static_cast<size_t>(count));
+    }
+    const std::string response =
+        "HTTP/1.1 200 OK\r\nContent-Length: 3\r\nConnection: close\r\n\r\nok\n";
+    SSL_write(ssl.get(), response.data(), static_cast<int>(response.size()));
+    SSL_shutdown(ssl.get());  // the close notice
+  }
+}
+
+}  // namespace tti::test

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <atomic>
+#include <thread>
+
+#include "qel/tools/unique_fd.h"
+#include "support/cert_factory.h"
+
+namespace tti::test {
+
+// An HTTPS server on 127.0.0.1 and an ephemeral port that answers every request with "ok" and
+// ends each connection with a TLS close notice. The destructor stops and joins it.
+class LocalHttpsServer final {
+ public:
+  LocalHttpsServer(const TestCertificate& certificate);
+  LocalHttpsServer(const LocalHttpsServer&) = delete;
+  LocalHttpsServer& operator=(const LocalHttpsServer&) = delete;
+  ~LocalHttpsServer();
+
+  int Port() const noexcept { return m_port; }
+
+ private:
+  void Serve();
+
+  void* m_context = nullptr;  // SSL_CTX
+  qel::tools::UniqueFd m_listener;
+  int m_port = 0;
+  std::atomic<bool> m_stopping{false};
+  std::thread m_thread;
+};
+
+}  // namespace tti::test

@@ -1,0 +1,225 @@
+#include "support/namespace_sandbox.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "qel/tools/unique_fd.h"
+
+namespace tti::test {
+namespace {
+
+using qel::tools::UniqueFd;
+
+[[noreturn]] void Fail(const std::string& what) {
+  throw std::runtime_error(what + ": " + std::strerror(errno));
+}
+
+void Check(int result, const std::string& what) {
+  if (result != 0) {
+    Fail(what);
+  }
+}
+
+void MakeDirectories(const std::string& path) {
+  for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
+    const std::string prefix = path.substr(0, slash);
+    if (::mkdir(prefix.c_str(), 0755) != 0 && errno != EEXIST) {
+      Fail("mkdir " + prefix);
+    }
+    if (slash == std::string::npos) {
+      return;
+    }
+  }
+}
+
+void BindReadOnly(const std::string& source, const std::string& target) {
+  Check(::mount(source.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr),
+        "bind " + source);
+  Check(::mount(nullptr, target.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr),
+        "read-only " + target);
+}
+
+// tmpfs over /etc with every entry bound back read-only, except the certificate places, which the
+// layout builds afresh. The old /etc stays reachable through a descriptor while this runs.
+void ShadowEtc() {
+  UniqueFd oldEtc(::open("/etc", O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!oldEtc) {
+    Fail("open /etc");
+  }
+  const std::string oldPath = "/proc/self/fd/" + std::to_string(oldEtc.Get());
+  const std::set<std::string> rebuilt = {".", "..", "ssl", "pki", "ca-certificates"};
+  std::vector<std::string> names;
+  {
+    DIR* directory = ::opendir(oldPath.c_str());
+    if (directory == nullptr) {
+      Fail("opendir /etc");
+    }
+    while (const dirent* entry = ::readdir(directory)) {
+      if (rebuilt.count(entry->d_name) == 0) {
+        names.emplace_back(entry->d_name);
+      }
+    }
+    ::closedir(directory);
+  }
+  MountTmpfs("/etc");
+  for (const std::string& name : names) {
+    const std::string source = oldPath + "/" + name;
+    const std::string target = "/etc/" + name;
+    struct stat status {};
+    Check(::lstat(source.c_str(), &status), "lstat " + source);
+    if (S_ISLNK(status.st_mode)) {
+      char text[4096];
+      const ssize_t length = ::readlink(source.c_str(), text, sizeof(text) - 1);
+      if (length < 0) {
+        Fail("readlink " + source);
+      }
+      text[length] = '\0';
+      Check(::symlink(text, target.c_str()), "symlink " + target);
+      continue;
+    }
+    if (S_ISDIR(status.st_mode)) {
+      Check(::mkdir(target.c_str(), 0755), "mkdir " + target);
+    } else {
+      UniqueFd made(::open(target.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644));
+      if (!made) {
+        Fail("create " + target);
+      }
+    }
+    BindReadOnly(source, target);
+  }
+  // Its hooks write package state: an empty folder masks them.
+  MakeDirectories("/etc/ca-certificates/update.d");
+}
+
+}  // namespace
+
+void MountTmpfs(const std::string& path) {
+  Check(::mount("tmpfs", path.c_str(), "tmpfs", 0, "mode=0755"), "tmpfs over " + path);
+}
+
+void MakeReadOnly(const std::string& path) { BindReadOnly(path, path); }
+
+void WriteTextFile(const std::string& path, const std::string& text, mode_t mode) {
+  UniqueFd fd(::open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, mode));
+  if (!fd || ::write(fd.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+    Fail("write " + path);
+  }
+}
+
+std::string ReadTextFile(const std::string& path) {
+  std::ifstream stream(path, std::ios::binary);
+  if (!stream) {
+    Fail("read " + path);
+  }
+  std::ostringstream text;
+  text << stream.rdbuf();
+  return text.str();
+}
+
+std::string RealCaBundle(size_t* count) {
+  // The CA set of the distribution's package, read only.
+  const std::string root = "/usr/share/ca-certificates/mozilla";
+  std::vector<std::string> files;
+  DIR* directory = ::opendir(root.c_str());
+  if (directory == nullptr) {
+    Fail("opendir " + root);
+  }
+  while (const dirent* entry = ::readdir(directory)) {
+    const std::string name = entry->d_name;
+    if (name.size() > 4 && name.compare(name.size() - 4, 4, ".crt") == 0) {
+      files.push_back(root + "/" + name);
+    }
+  }
+  ::closedir(directory);
+  std::sort(files.begin(), files.end());
+  std::string bundle;
+  for (const std::string& file : files) {
+    bundle += ReadTextFile(file);
+    if (!bundle.empty() && bundle.back() != '\n') {
+      bundle += '\n';
+    }
+  }
+  if (count != nullptr) {
+    *count = files.size();
+  }
+  return bundle;
+}
+
+void EnterPrivateMountNamespace() {
+  Check(::unshare(CLONE_NEWNS), "unshare(CLONE_NEWNS)");
+  Check(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "make / private");
+}
+
+void BuildStoreLayout(StoreLayout layout) {
+  const std::string openSslConfig = ReadTextFile("/usr/lib/ssl/openssl.cnf");
+  const std::string caBundle = RealCaBundle();
+  ShadowEtc();
+  MountTmpfs("/usr/lib/ssl");
+  MountTmpfs("/usr/local/share/ca-certificates");
+  WriteTextFile("/usr/lib/ssl/openssl.cnf", openSslConfig);
+  if (layout == StoreLayout::kDebian) {
+    // rename() does not cross mounts, and the library's default bundle is renamed over from
+    // /usr/lib/ssl: the bundle lives in that tmpfs and /etc/ssl/certs is a bind of its folder.
+    MakeDirectories("/usr/lib/ssl/certs");
+    MakeDirectories("/etc/ssl/certs");
+    Check(::mount("/usr/lib/ssl/certs", "/etc/ssl/certs", nullptr, MS_BIND, nullptr),
+          "bind /etc/ssl/certs");
+    Check(::symlink("/usr/lib/ssl/openssl.cnf", "/etc/ssl/openssl.cnf"), "link openssl.cnf");
+    WriteTextFile("/etc/ssl/certs/ca-certificates.crt", caBundle);
+    Check(::symlink("/usr/lib/ssl/certs/ca-certificates.crt", "/usr/lib/ssl/cert.pem"),
+          "link cert.pem");
+  } else {
+    MakeDirectories("/etc/pki/ca-trust/source/anchors");
+    MakeDirectories("/etc/pki/tls/certs");
+    WriteTextFile("/etc/pki/tls/certs/ca-bundle.crt", caBundle);
+    // No update tool: an empty /usr/sbin.
+    MountTmpfs("/usr/sbin");
+  }
+}
+
+void RunInMountNamespace(const std::function<void()>& body) {
+  std::fflush(stdout);
+  std::fflush(stderr);
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0) << "fork: " << std::strerror(errno);
+  if (child == 0) {
+    int code = 0;
+    try {
+      EnterPrivateMountNamespace();
+      body();
+      code = ::testing::Test::HasFailure() ? 1 : 0;
+    } catch (const std::exception& error) {
+      std::cout << "sandbox child: " << error.what() << std::endl;
+      code = 2;
+    }
+    std::fflush(stdout);
+    std::fflush(stderr);
+    ::_exit(code);
+  }
+  int status = 0;
+  while (::waitpid(child, &status, 0) < 0) {
+    ASSERT_EQ(errno, EINTR);
+  }
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
+      << "the sandboxed test body failed (see its lines above), status " << status;
+}
+
+}  // namespace tti::test

@@ -1,0 +1,160 @@
+// Reading and rewriting bundle files on real files in a temporary directory.
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "cert_stores/conversions/cert_conversions.h"
+#include "cert_stores/openssl/openssl_storage.h"
+#include "support/cert_factory.h"
+#include "support/namespace_sandbox.h"
+
+namespace qel::tcp_traffic_interceptor::cert_stores {
+namespace {
+
+using tti::test::ReadTextFile;
+using tti::test::WriteTextFile;
+
+constexpr result_t kFailed = orv::MakeResult(0x8000004bu);
+
+class BundleTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    // tmpfs: the rewrite syncs after every certificate, which a disk makes slow.
+    char pattern[] = "/dev/shm/tti-bundle.XXXXXX";
+    ASSERT_NE(::mkdtemp(pattern), nullptr);
+    m_dir = pattern;
+    m_bundle = m_dir + "/bundle.pem";
+  }
+  void TearDown() override { std::system(("rm -rf " + m_dir).c_str()); }
+
+  std::vector<RawCert> Read(const std::string& path) {
+    std::vector<RawCert> entries;
+    EXPECT_EQ(m_storage.ReadBundle(path, entries), 0);
+    return entries;
+  }
+
+  std::string m_dir;
+  std::string m_bundle;
+  OpenSslStorage m_storage;
+  tti::test::TestCertificate m_first = tti::test::MakeRootCertificate("first");
+  tti::test::TestCertificate m_second = tti::test::MakeRootCertificate("second");
+};
+
+struct ReadCase {
+  const char* name;
+  const char* text;  // "{1}" and "{2}" stand for the two certificates
+  result_t result;
+  size_t count;
+};
+
+class ReadBundleTest : public BundleTest, public ::testing::WithParamInterface<ReadCase> {};
+
+TEST_P(ReadBundleTest, HostileText) {
+  std::string text = GetParam().text;
+  for (auto [mark, pem] : {std::pair{"{1}", m_first.Pem()}, std::pair{"{2}", m_second.Pem()},
+                           std::pair{"{k}", m_second.KeyPem()}}) {
+    for (size_t at = text.find(mark); at != std::string::npos; at = text.find(mark)) {
+      text.replace(at, 3, pem);
+    }
+  }
+  WriteTextFile(m_bundle, text);
+  std::vector<RawCert> entries{{1}};
+  EXPECT_EQ(m_storage.ReadBundle(m_bundle, entries), GetParam().result);
+  EXPECT_EQ(entries.size(), GetParam().count);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, ReadBundleTest,
+    ::testing::Values(
+        ReadCase{"Empty", "", 0, 0},
+        ReadCase{"CommentsBetweenBlocks", "# header\n{1}\nsome text\n{2}# end\n", 0, 2},
+        ReadCase{"UnknownBlock", "{1}-----BEGIN SOMETHING-----\nAAAA\n-----END SOMETHING-----\n{2}",
+                 0, 2},
+        // A key joins the entry of its certificate and is dropped at the next rewrite.
+        ReadCase{"KeyAfterCertificate", "{1}{k}{2}", 0, 2},
+        ReadCase{"BrokenCertificate",
+                 "{1}-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n", kFailed, 0}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(BundleTest, ReadBundle_Missing_Fails) {
+  std::vector<RawCert> entries;
+  EXPECT_EQ(m_storage.ReadBundle(m_dir + "/missing", entries), kFailed);
+}
+
+TEST_F(BundleTest, RewriteBundle_KeepsOrderModeOwnerAndLink) {
+  size_t count = 0;
+  WriteTextFile(m_dir + "/target.pem", "# comment\n" + tti::test::RealCaBundle(&count), 0640);
+  ASSERT_GE(count, 100u);
+  ASSERT_EQ(::chown((m_dir + "/target.pem").c_str(), 1234, 5678), 0);
+  ASSERT_EQ(::symlink((m_dir + "/target.pem").c_str(), m_bundle.c_str()), 0);
+  std::vector<RawCert> entries = Read(m_bundle);
+  ASSERT_EQ(entries.size(), count);
+  entries.push_back(m_first.Der());
+
+  ASSERT_EQ(m_storage.RewriteBundle(m_bundle, entries), 0);
+
+  EXPECT_EQ(Read(m_bundle), entries);
+  struct stat status {};
+  ASSERT_EQ(::lstat(m_bundle.c_str(), &status), 0);
+  EXPECT_TRUE(S_ISLNK(status.st_mode));
+  ASSERT_EQ(::stat(m_bundle.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0640u);
+  EXPECT_EQ(status.st_uid, 1234u);
+  EXPECT_EQ(status.st_gid, 5678u);
+  EXPECT_EQ(ReadTextFile(m_dir + "/target.pem").find("# comment"), std::string::npos);
+  // Nothing but the link and its target is left in the directory.
+  EXPECT_EQ(std::system(("test $(ls -A " + m_dir + " | wc -l) -eq 2").c_str()), 0);
+}
+
+TEST_F(BundleTest, RewriteBundle_ParentIsALinkToADirectory_LeavesTheBundle) {
+  ASSERT_EQ(::mkdir((m_dir + "/real").c_str(), 0755), 0);
+  ASSERT_EQ(::symlink((m_dir + "/real").c_str(), (m_dir + "/alias").c_str()), 0);
+  WriteTextFile(m_dir + "/real/bundle.pem", m_first.Pem());
+  EXPECT_LT(m_storage.RewriteBundle(m_dir + "/alias/bundle.pem", {m_second.Der()}), 0);
+  EXPECT_EQ(ReadTextFile(m_dir + "/real/bundle.pem"), m_first.Pem());
+  struct stat status {};
+  EXPECT_EQ(::lstat((m_dir + "/alias").c_str(), &status), 0);
+}
+
+// A writer killed at any moment leaves the old or the new bundle, never a part, and a reader
+// running beside it sees only whole bundles.
+TEST_F(BundleTest, RewriteBundle_KilledWriter_LeavesOldOrNew) {
+  WriteTextFile(m_bundle, tti::test::RealCaBundle());
+  std::vector<RawCert> oldSet = Read(m_bundle);
+  oldSet.resize(std::min<size_t>(oldSet.size(), 40));  // big enough to be caught mid-write
+  ASSERT_EQ(m_storage.RewriteBundle(m_bundle, oldSet), 0);
+  std::vector<RawCert> newSet = oldSet;
+  newSet.push_back(m_first.Der());
+  std::mt19937 random(std::random_device{}());
+  for (int round = 0; round < 20; ++round) {
+    std::fflush(stdout);
+    const pid_t writer = ::fork();
+    ASSERT_GE(writer, 0);
+    if (writer == 0) {
+      for (bool useNew = true;; useNew = !useNew) {
+        m_storage.RewriteBundle(m_bundle, useNew ? newSet : oldSet);
+      }
+    }
+    const int reads = std::uniform_int_distribution<int>(1, 10)(random);
+    for (int read = 0; read < reads; ++read) {
+      const auto seen = Read(m_bundle);
+      ASSERT_TRUE(seen == oldSet || seen == newSet) << "round " << round << " read " << read;
+    }
+    ::kill(writer, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(::waitpid(writer, &status, 0), writer);
+    const auto seen = Read(m_bundle);
+    ASSERT_TRUE(seen == oldSet || seen == newSet) << "round " << round;
+  }
+}
+
+}  // namespace
+}  // namespace qel::tcp_traffic_interceptor::cert_stores

@@ -222,5 +222,26 @@ TEST_F(OpenSslStoreSystemTest, NoAnchorDirectory_WritesNothing) {
   });
 }
 
+TEST(StoreDiscoverySystemTest, KeepsRegularBundlesInOrder_SkipsFilesAsAnchorDirectories) {
+  RunInMountNamespace([] {
+    BuildStoreLayout(StoreLayout::kDebian);
+    std::filesystem::create_directories("/etc/pki/tls/certs");
+    std::filesystem::create_directories("/etc/pki/ca-trust/extracted/pem");
+    std::filesystem::create_directories("/etc/pki/CA");
+    std::filesystem::create_directory("/etc/ssl/ca-bundle.pem");                 // a directory
+    std::filesystem::create_directory_symlink("/etc", kFedoraBundle);            // to a directory
+    std::filesystem::create_symlink("/nonexistent", "/etc/pki/tls/cacert.pem");  // dangling
+    WriteTextFile("/etc/pki/ca-trust/extracted/pem/tls-ca-bundle.pem", "");
+    WriteTextFile("/etc/pki/CA/certs", "");  // a file, not an anchor directory
+
+    EXPECT_EQ(GetBundleFiles(),
+              (std::vector<NativePath>{"/usr/lib/ssl/cert.pem", kDebianBundle,
+                                       "/etc/pki/ca-trust/extracted/pem/tls-ca-bundle.pem"}));
+    NativePath anchors;
+    ASSERT_EQ(FindAnchorDirectory(anchors), 0);
+    EXPECT_EQ(anchors, "/usr/local/share/ca-certificates/");
+  });
+}
+
 }  // namespace
 }  // namespace qel::tcp_traffic_interceptor::cert_stores

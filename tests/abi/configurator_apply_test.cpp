@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "component/traffic_processing/protocollers/ssl/auto_excludes/auto_excludes.h"
 #include "configurator_fixture.h"
@@ -52,8 +54,26 @@ TEST_F(ApplyTest, Set_WhatGetReturned_FourReadsNoWriteNoFlush) {
   EXPECT_EQ(NewReads(), 4u);
   EXPECT_EQ(NewWrites(), 0u);
   EXPECT_EQ(NewFlushes(), 0u);
-  EXPECT_TRUE(tracer->Contains("operator():  updated settings are equal to previous"));
-  EXPECT_TRUE(tracer->Contains("operator():  no changes"));
+}
+
+TEST_F(ApplyTest, Trace_UnchangedSettings_WholeDetailLines) {
+  const qel::settings::NetSettings settings = Current();
+  tracer->Clear();
+  ASSERT_EQ(configurator->SetNetSettings(settings), 1);
+  EXPECT_EQ(tracer->Texts(800),
+            (std::vector<std::string>{
+                "virtual result_t qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::"
+                "SetNetSettings(const qel::settings::NetSettings&)",
+                "SetTcpInterceptorSettings: ",
+                "UpdateServiceSettingsSync() serviceKey=0xe750e572, sync=0",
+                "operator():  updated settings are equal to previous",
+                "UpdateServiceSettingsSync() <- 0x00000001 (False) ", "SetNetworkPortSettings: ",
+                "UpdateServiceSettingsSync() serviceKey=0x39d30aa9, sync=0",
+                "operator():  no changes", "UpdateServiceSettingsSync() <- 0x00000001 (False) ",
+                "UpdateServiceSettingsSync() serviceKey=0xb10fd857, sync=0",
+                "UpdateServiceSettingsSync() <- 0x00000001 (False) ",
+                "UpdateServiceSettingsSync() serviceKey=0x4945314f, sync=1",
+                "UpdateServiceSettingsSync() <- 0x00000001 (False) "}));
 }
 
 TEST_F(ApplyTest, Set_OnlyUntrustedAction_WritesOnlyTheHandlerRecord) {
@@ -155,6 +175,9 @@ TEST_P(ApplyBadAddress, Set_BadAddress_FailsWithoutExceptionAndWritesNothing) {
   EXPECT_NO_THROW(result = configurator->SetNetSettings(settings));
   if (GetParam().expected != 0) {
     EXPECT_EQ(result, GetParam().expected);
+    EXPECT_TRUE(tracer->Contains(
+        "operator():  failed to convert endpoint exclude settings to ip enpoint list"));
+    EXPECT_TRUE(tracer->Contains("Cannot set TcpInterceptor settings"));
   } else {
     EXPECT_LT(result, 0);
     EXPECT_TRUE(tracer->Contains("Invalid format of ip address"));

@@ -186,13 +186,10 @@ TEST_P(ApplyBadAddress, Set_BadAddress_FailsWithoutExceptionAndWritesNothing) {
   EXPECT_EQ(EngineRevision(), revision);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, ApplyBadAddress,
-    ::testing::Values(BadAddress{"256.0.0.1", false, 0}, BadAddress{"1.2.3", false, 0},
-                      BadAddress{"[::1", false, 0},
-                      BadAddress{"192.0.2.1:80", true, orv::MakeResult(0x8000004b)},
-                      BadAddress{"0x7f.0.0.01", true, orv::MakeResult(0x8000004b)},
-                      BadAddress{"hostname:1", true, orv::MakeResult(0x8000004b)}));
+INSTANTIATE_TEST_SUITE_P(Table, ApplyBadAddress,
+                         ::testing::Values(BadAddress{"256.0.0.1", false, 0},
+                                           BadAddress{"192.0.2.1:80", true,
+                                                      orv::MakeResult(0x8000004b)}));
 
 TEST_F(ApplyTest, Set_OneListChanges_BothListsRewritten) {
   qel::settings::NetSettings settings = Current();

@@ -209,11 +209,8 @@ TEST_P(InjectedFailureTest, Call_InjectedFailure_FailsOnceOrUntilCleared) {
 INSTANTIATE_TEST_SUITE_P(
     Store, InjectedFailureTest,
     ::testing::Values(InjectedFailureCase{"GetOnce", Operation::kGet, false},
-                      InjectedFailureCase{"GetSticky", Operation::kGet, true},
-                      InjectedFailureCase{"UpdateOnce", Operation::kUpdate, false},
                       InjectedFailureCase{"UpdateSticky", Operation::kUpdate, true},
-                      InjectedFailureCase{"FlushOnce", Operation::kFlush, false},
-                      InjectedFailureCase{"FlushSticky", Operation::kFlush, true}),
+                      InjectedFailureCase{"FlushOnce", Operation::kFlush, false}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(MemoryServiceManagerTest, Update_InjectedConflicts_RaiseRevisionThenWrite) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdint>
 #include <ostream>
 #include <stdexcept>
@@ -136,30 +135,6 @@ TEST_F(UpdateServiceSettingsSyncTest, Sync_EndlessConflict_CompletesOnceClearedF
   EXPECT_GT(store->conflicts(), 1000u);
   EXPECT_EQ(store->writes(), 1u);
   EXPECT_EQ(Stored().action, Block);
-}
-
-TEST_F(UpdateServiceSettingsSyncTest, Sync_TwoWritersWithConflicts_BothFieldsWritten) {
-  store->InjectConflicts(64);
-  std::atomic<result_t> first{-1};
-  std::atomic<result_t> second{-1};
-  std::thread a([&] {
-    first = Run([](Settings& settings) {
-      settings.action = Block;
-      return 0;
-    });
-  });
-  std::thread b([&] {
-    second = Run([](Settings& settings) {
-      settings.addToAutoExcludes = false;
-      return 0;
-    });
-  });
-  a.join();
-  b.join();
-  EXPECT_EQ(first, 0);
-  EXPECT_EQ(second, 0);
-  EXPECT_EQ(Stored(), (Settings{Block, false}));
-  EXPECT_EQ(store->writes(), 2u);
 }
 
 TEST_F(UpdateServiceSettingsSyncTest, Sync_ModifierThrows_PassesThroughWritesNothing) {

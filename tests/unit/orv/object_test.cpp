@@ -109,34 +109,6 @@ class ObjectShellTest : public testing::Test {
   uint32_t m_lockCount = 0;
 };
 
-TEST_F(ObjectShellTest, QueryInterface_AdjustsPointerAndSharesOneCount) {
-  void* first = nullptr;
-  ASSERT_EQ(Create(0, &first), 0);
-  EXPECT_EQ(orv::ModuleLockCount.load(), m_lockCount + 1);
-  auto* object = static_cast<IFirstTest*>(first);
-  EXPECT_EQ(object->First(), 1u);
-
-  void* again = nullptr;
-  void* second = nullptr;
-  ASSERT_EQ(object->QueryInterface(IFirstTest::kIid, &again), 0);
-  ASSERT_EQ(object->QueryInterface(ISecondTest::kIid, &second), 0);
-  EXPECT_EQ(again, first);
-  EXPECT_NE(second, first);
-  EXPECT_EQ(static_cast<ISecondTest*>(second)->Second(), 2u);
-
-  void* unknown = &unknown;
-  EXPECT_EQ(object->QueryInterface(0x7e570003, &unknown), orv::MakeResult(0x80000001));
-  EXPECT_EQ(unknown, nullptr);
-
-  EXPECT_EQ(static_cast<ISecondTest*>(second)->AddRef(), 4u);
-  EXPECT_EQ(static_cast<ISecondTest*>(second)->Release(), 3u);
-  EXPECT_EQ(static_cast<ISecondTest*>(second)->Release(), 2u);
-  EXPECT_EQ(object->Release(), 1u);
-  EXPECT_EQ(g_script.finalReleases, 0);
-  EXPECT_EQ(static_cast<IFirstTest*>(again)->Release(), 0u);
-  EXPECT_EQ(g_script.finalReleases, 1);
-}
-
 TEST_F(ObjectShellTest, Release_FinalReleaseSeesMembersThenMemoryGoesBack) {
   void* object = nullptr;
   ASSERT_EQ(Create(ISecondTest::kIid, &object), 0);
@@ -144,14 +116,6 @@ TEST_F(ObjectShellTest, Release_FinalReleaseSeesMembersThenMemoryGoesBack) {
   static_cast<ISecondTest*>(object)->Release();
   EXPECT_TRUE(g_script.membersValidInFinalRelease);
   EXPECT_EQ(m_tracer->Texts(800), std::vector<std::string>{std::string("FinalRelease ") + kName});
-}
-
-TEST_F(ObjectShellTest, CreateInstance_UnknownIid_NoObjectLeft) {
-  void* object = &object;
-  EXPECT_EQ(Create(0x7e570003, &object), orv::MakeResult(0x80000001));
-  EXPECT_EQ(object, nullptr);
-  EXPECT_EQ(g_script.finalReleases, 1);
-  EXPECT_TRUE(m_tracer->Texts(300).empty());
 }
 
 TEST_F(ObjectShellTest, CreateInstance_Throws_ReportedWithPrefix) {
@@ -180,50 +144,12 @@ TEST_F(ObjectShellTest, CreateInstance_FinalConstructFails_ResultReturned) {
   EXPECT_TRUE(m_tracer->Texts(300).empty());
 }
 
-TEST_F(ObjectShellTest, CreateInstance_AllocatorFails_OutOfMemory) {
-  m_allocator->FailAll(true);
-  void* object = nullptr;
-  EXPECT_EQ(Create(0, &object), orv::MakeResult(0x80000041));
-  EXPECT_EQ(m_tracer->Texts(300),
-            std::vector<std::string>{"Exception during object construction:  std::bad_alloc"});
-  m_allocator->FailAll(false);
-}
-
-TEST_F(ObjectShellTest, CreateInstance_NoAllocatorService_LocatorCodeAndNothingTraced) {
-  m_locator->Remove(orv::IAllocator::kIid);
-  m_allocatorReferences = m_allocator->references();
-  void* object = &object;
-  EXPECT_EQ(Create(0, &object), orv::MakeResult(0x8000004c));
-  EXPECT_EQ(object, &object);
-  EXPECT_EQ(m_tracer->opens(), 0u);
-}
-
 TEST_F(ObjectShellTest, CreateInstance_NoTracerService_GetInterfaceExceptionCode) {
   m_locator->Remove(orv::ITracer::kIid);
   void* object = &object;
   EXPECT_EQ(Create(0, &object), orv::MakeResult(0x8000004c));
   EXPECT_EQ(m_locator->Requests(orv::ITracer::kIid), 2u);  // the root, then the report
   EXPECT_EQ(m_tracer->opens(), 0u);
-}
-
-TEST_F(ObjectShellTest, Factory_AnswersOnlyForItselfAndCreates) {
-  orv::IObjectFactory* factory = orv::FactoryFor<Widget>::Create();
-  EXPECT_EQ(orv::ModuleLockCount.load(), m_lockCount + 1);
-  void* asked = nullptr;
-  for (uint32_t iid : {0u, 0x80077a33u}) {
-    ASSERT_EQ(factory->QueryInterface(iid, &asked), 0);
-    EXPECT_EQ(asked, factory);
-    factory->Release();
-  }
-  asked = &asked;
-  EXPECT_EQ(factory->QueryInterface(IFirstTest::kIid, &asked), orv::MakeResult(0x80000001));
-  EXPECT_EQ(asked, nullptr);
-
-  void* object = nullptr;
-  ASSERT_EQ(factory->CreateInstance(m_locator.get(), ISecondTest::kIid, &object), 0);
-  EXPECT_EQ(orv::ModuleLockCount.load(), m_lockCount + 2);
-  static_cast<ISecondTest*>(object)->Release();
-  EXPECT_EQ(factory->Release(), 0u);
 }
 
 }  // namespace

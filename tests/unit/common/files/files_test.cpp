@@ -69,8 +69,7 @@ TEST_P(LongPathTest, CreateStatReadRemove_WorkAtAnyLength) {
   EXPECT_EQ(RemoveFile(path), kFileNotFound);
 }
 
-INSTANTIATE_TEST_SUITE_P(Lengths, LongPathTest,
-                         ::testing::Values(300, 4095, 4096, 4097, 8191, 8192, 12000));
+INSTANTIATE_TEST_SUITE_P(Lengths, LongPathTest, ::testing::Values(300, 4095, 4096, 4097, 12000));
 
 TEST_F(FilesTest, OpenFile_RelativeToDirectory_WalksLongPath) {
   const std::string path = PathOfLength(6000);

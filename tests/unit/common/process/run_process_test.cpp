@@ -213,12 +213,11 @@ TEST_P(UserChange, ChildRunsAsAsked) {
   EXPECT_EQ(capture.out, GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Users, UserChange,
-                         testing::Values(UserCase{65534, 65534, {65534}, "65534\n65534\n65534\n"},
-                                         UserCase{
-                                             65534, 65534, {65534, 5}, "65534\n65534\n65534 5\n"},
-                                         // uid 0 and gid 0 mean "no change", not "become root".
-                                         UserCase{0, 0, {0}, "0\n0\n0\n"}));
+INSTANTIATE_TEST_SUITE_P(
+    Users, UserChange,
+    testing::Values(UserCase{65534, 65534, {65534, 5}, "65534\n65534\n65534 5\n"},
+                    // uid 0 and gid 0 mean "no change", not "become root".
+                    UserCase{0, 0, {0}, "0\n0\n0\n"}));
 
 TEST(RunProcess, WorkingDirectoryAndLimits_AppliedInChild) {
   const boost::filesystem::path directory =

@@ -146,8 +146,7 @@ result_t RunProcess(ProcessOptions& options) {
   pipes.CloseChildEnds();
   result_t pumped = orv::errors::kOk;
   if (pipes.AnyParentEnd()) {
-    for (const process::UniqueFd* end :
-         {&pipes.stdinParent, &pipes.stdoutParent, &pipes.stderrParent}) {
+    for (const UniqueFd* end : {&pipes.stdinParent, &pipes.stdoutParent, &pipes.stderrParent}) {
       if (*end) {
         fcntl(end->Get(), F_SETFL, fcntl(end->Get(), F_GETFL) | O_NONBLOCK);
       }

@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "qel/tools/process_runner.h"
-#include "unique_fd.h"
+#include "qel/tools/unique_fd.h"
 
 namespace qel::tools::process {
 

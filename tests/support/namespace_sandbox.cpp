@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -113,6 +114,17 @@ void ShadowEtc() {
 
 void MountTmpfs(const std::string& path) {
   Check(::mount("tmpfs", path.c_str(), "tmpfs", 0, "mode=0755"), "tmpfs over " + path);
+}
+
+void MountProductTree() {
+  const char* binaryDir = std::getenv("TTI_BINARY_DIR");
+  if (binaryDir == nullptr) {
+    throw std::runtime_error("TTI_BINARY_DIR is not set");
+  }
+  const std::string staged = std::string(binaryDir) + "/opt/morvane/tolm";
+  MountTmpfs("/opt");
+  MakeDirectories("/opt/morvane/tolm");
+  BindReadOnly(staged, "/opt/morvane/tolm");
 }
 
 void MakeReadOnly(const std::string& path) { BindReadOnly(path, path); }

@@ -32,6 +32,10 @@ void BuildStoreLayout(StoreLayout layout);
 // The real CA set of the machine as one PEM text, and how many certificates it holds.
 std::string RealCaBundle(size_t* count = nullptr);
 
+// Inside the namespace only: tmpfs over /opt, then the build's staged product tree
+// ($TTI_BINARY_DIR/opt/morvane/tolm) bound read-only at /opt/morvane/tolm.
+void MountProductTree();
+
 void MountTmpfs(const std::string& path);
 // Binds a path onto itself read-only: writes fail with EROFS even for root.
 void MakeReadOnly(const std::string& path);

@@ -1,15 +1,86 @@
 #include "cert_stores/nss/nss3_storage.h"
 
-namespace qel::tcp_traffic_interceptor::cert_stores {
+#include <algorithm>
+#include <exception>
+#include <string>
 
-result_t Nss3Storage::GetCertificates(std::vector<RawCert>&) const {
-  return orv::errors::kUnspecified;
+#include "cert_stores/conversions/cert_conversions.h"
+#include "cert_stores/nss/nss_context.h"
+#include "cert_stores/nss/nss_types.h"
+#include "qel/tools/process_runner.h"
+
+namespace qel::tcp_traffic_interceptor::cert_stores {
+namespace {
+
+// Reads the DER bytes of every certificate of the internal slot of an open context.
+result_t ReadSlot(std::vector<RawCert>& certificates) {
+  const SlotPtr slot(PK11_GetInternalKeySlot());
+  if (!slot) {
+    return orv::errors::kNotFound;
+  }
+  const CertListPtr list(PK11_ListCertsInSlot(slot.get()));
+  if (!list) {
+    return orv::errors::kNotFound;
+  }
+  for (CERTCertListNode* node = CERT_LIST_HEAD(list.get()); !CERT_LIST_END(node, list.get());
+       node = CERT_LIST_NEXT(node)) {
+    const SECItem& der = node->cert->derCert;
+    certificates.emplace_back(der.data, der.data + der.len);
+  }
+  return orv::errors::kOk;
 }
-result_t Nss3Storage::AddCertificatesToStore(std::vector<Certificate>&) const {
-  return orv::errors::kUnspecified;
+
+// The helper is started as this process's user with the fixed environment, /dev/null for the
+// standard streams, every other descriptor closed, 20480 descriptors and no time limit: exit
+// status 0 gives 0, anything else 0x8000004b.
+result_t RunHelper(const char* action, const NativePath& storePath,
+                   const std::vector<Certificate>& certificates) {
+  // MakeCertList needs one item that converts; without one there is nothing to ask for.
+  std::vector<uint8_t> pem;
+  if (std::none_of(certificates.begin(), certificates.end(), [&pem](const Certificate& item) {
+        return ORV_SUCCEEDED(RawToPem(item.raw, pem));
+      })) {
+    return orv::errors::kInvalidArgument;
+  }
+  const std::string list = MakeCertList(certificates);
+  const char* const args[] = {kCertManagerPath, action,       "--nss3-path", storePath.c_str(),
+                              "--certlist",     list.c_str(), nullptr};
+  return tools::RunProcess(kCertManagerPath, args);
 }
-result_t Nss3Storage::DeleteCertificatesFromStore(const std::vector<Certificate>&) const {
-  return orv::errors::kUnspecified;
+
+}  // namespace
+
+result_t Nss3Storage::GetCertificates(std::vector<RawCert>& certificates) const {
+  try {
+    // Declared first, so the slot and the list are released before the context shuts down.
+    const NssContext context(path, true);
+    return ReadSlot(certificates);
+  } catch (...) {
+    return orv::errors::kUnspecified;
+  }
+}
+
+result_t Nss3Storage::AddCertificatesToStore(std::vector<Certificate>& certificates) const {
+  std::vector<RawCert> present;
+  // A database that cannot be read gets the whole list: the helper decides.
+  if (ORV_SUCCEEDED(GetCertificates(present))) {
+    const auto held = [&present](const Certificate& certificate) {
+      return std::any_of(present.begin(), present.end(), [&certificate](const RawCert& raw) {
+        return RawEqual(raw, certificate.raw);
+      });
+    };
+    certificates.erase(std::remove_if(certificates.begin(), certificates.end(), held),
+                       certificates.end());
+  }
+  if (certificates.empty()) {
+    return orv::errors::kOk;
+  }
+  return RunHelper("--nss3-add", path, certificates);
+}
+
+result_t Nss3Storage::DeleteCertificatesFromStore(
+    const std::vector<Certificate>& certificates) const {
+  return RunHelper("--nss3-delete", path, certificates);
 }
 
 }  // namespace qel::tcp_traffic_interceptor::cert_stores

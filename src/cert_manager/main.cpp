@@ -1,0 +1,79 @@
+// cert-manager: writes the product's certificates into one NSS database for the module, which
+// never writes NSS databases itself. Exit status: 0 done, 1 wrong arguments or an empty list,
+// 2 the database cannot be used (nothing changed), 3 some certificates failed (the rest done).
+#include <exception>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "arguments.h"
+#include "cert_stores/conversions/cert_conversions.h"
+#include "cert_stores/nss/nss_context.h"
+#include "database_owner.h"
+#include "trust_store.h"
+
+namespace {
+
+using qel::cert_manager::Action;
+using qel::cert_manager::HelperArguments;
+using qel::tcp_traffic_interceptor::cert_stores::Certificate;
+using qel::tcp_traffic_interceptor::cert_stores::NssContext;
+
+constexpr int kDone = 0;
+constexpr int kWrongArguments = 1;
+constexpr int kDatabaseUnusable = 2;
+constexpr int kSomeFailed = 3;
+
+// The directory of the database: what NSS opens, and whose owner does the work.
+std::string DatabaseDirectory(const std::string& storePath) {
+  const size_t slash = storePath.rfind('/');
+  if (slash == std::string::npos) {
+    return ".";
+  }
+  return storePath.substr(0, slash == 0 ? 1 : slash);
+}
+
+int Run(const HelperArguments& arguments, const std::vector<Certificate>& certificates) {
+  // Before NSS opens anything: files NSS creates or rewrites then belong to the user whose
+  // browser reads them, and a link the user planted leads nowhere root could write.
+  qel::cert_manager::BecomeOwner(
+      qel::cert_manager::FindDatabaseOwner(DatabaseDirectory(arguments.storePath)));
+  std::optional<NssContext> context;
+  try {
+    context.emplace(arguments.storePath, false);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(std::string(error.what()) + ": " + qel::cert_manager::LastNssError());
+  }
+  // Made after the context: the slot is released before NSS shuts down.
+  qel::cert_manager::TrustStore store(arguments.storePath);
+  const int failures = arguments.action == Action::kAdd
+                           ? store.AddTrusted(certificates, std::cerr)
+                           : store.DeleteByBytes(certificates, std::cerr);
+  return failures == 0 ? kDone : kSomeFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  HelperArguments arguments;
+  try {
+    arguments = qel::cert_manager::ParseArguments(argc, argv);
+  } catch (const std::invalid_argument& error) {
+    std::cerr << "cert-manager: " << error.what() << "\n" << qel::cert_manager::UsageText();
+    return kWrongArguments;
+  }
+  const std::vector<Certificate> certificates =
+      qel::tcp_traffic_interceptor::cert_stores::ParseCertList(arguments.certList);
+  if (certificates.empty()) {
+    std::cerr << "cert-manager: no certificate in --certlist\n";
+    return kWrongArguments;
+  }
+  try {
+    return Run(arguments, certificates);
+  } catch (const std::exception& error) {
+    std::cerr << "cert-manager: " << error.what() << "\n";
+    return kDatabaseUnusable;
+  }
+}

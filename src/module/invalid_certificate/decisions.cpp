@@ -1,0 +1,150 @@
+#include <cstdint>
+
+#include "event_building.h"
+#include "invalid_certificate_handler.h"
+#include "orv/check.h"
+#include "orv/trace_stream.h"
+#include "qel/tools/process_info.h"
+#include "trace_as.h"
+#include "utf16_text.h"
+
+namespace qel::tcp_traffic_interceptor {
+namespace {
+
+constexpr uint32_t kDetail = orv::trace_level::kDetail;
+
+}  // namespace
+
+result_t InvalidCertificateHandler::OnInvalidCertificateDetected(
+    traffic_monitor::IConnectionInfo* tcpConnectionInfo, ssl::IConnectionInfo* sslConnectionInfo) {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "virtual result_t "
+         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::OnInvalidCertificateDetected("
+         "traffic_processing::traffic_monitor::IConnectionInfo*, "
+         "traffic_processing::protocollers::ssl::IConnectionInfo*)";
+  orv::types::string8_t domain;
+  ORV_CHECK_RESULT(sslConnectionInfo->GetDomain(domain));
+  ORV_TRACE(GetTracer(), kDetail) << "save invalid cert chain for domain " << domain;
+
+  UntrustedCertificate cert;
+  if (const result_t result = QEL_TRACE_AS(GetTracer(), GetCertificate(sslConnectionInfo, cert),
+                                           "GetCertificate(sslConnectionInfo, cert)")
+                              << "Cannot get cert from ssl info";
+      ORV_FAILED(result)) {
+    return result;
+  }
+  CachePut(domain, cert);
+
+  traffic_monitor::ClientInfo clientInfo{};
+  if (const result_t result =
+          ORV_TRACE_IF_FAILED(GetTracer(), tcpConnectionInfo->GetClientInfo(clientInfo))
+          << "Cannot get client info from connection";
+      ORV_FAILED(result)) {
+    return result;
+  }
+  const auto user = tools::GetUserByPid(GetServiceLocator(), static_cast<int32_t>(clientInfo.pid));
+  PublishCertificateDetectedEvent(user, domain, cert);
+  return orv::errors::kOk;
+}
+
+result_t InvalidCertificateHandler::Resolve(traffic_monitor::IConnectionInfo* tcpConnectionInfo,
+                                            ssl::IConnectionInfo* sslConnectionInfo,
+                                            ssl::InvalidCertificateVerdict& verdict) {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "virtual result_t "
+         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::Resolve("
+         "traffic_processing::traffic_monitor::IConnectionInfo*, "
+         "traffic_processing::protocollers::ssl::IConnectionInfo*, "
+         "traffic_processing::protocollers::ssl::InvalidCertificateVerdict&)";
+  // The verdict is written first and stands whatever fails later. An action out of range leaves
+  // the caller's value, which then decides the second event.
+  switch (CopySettings().action) {
+    case UntrustedCertificateAction::Allow:
+      verdict = ssl::InvalidCertificateVerdict::Allow;
+      break;
+    case UntrustedCertificateAction::Block:
+      verdict = ssl::InvalidCertificateVerdict::Block;
+      break;
+    default:
+      break;
+  }
+  orv::types::string8_t domain;
+  ORV_CHECK_RESULT(sslConnectionInfo->GetDomain(domain));
+
+  UntrustedCertificate cert;
+  if (const result_t result = QEL_TRACE_AS(GetTracer(), GetCertificate(sslConnectionInfo, cert),
+                                           "GetCertificate(sslConnectionInfo, cert)")
+                              << "Cannot get cert from ssl info";
+      ORV_FAILED(result)) {
+    return result;
+  }
+  traffic_monitor::ClientInfo clientInfo{};
+  if (const result_t result =
+          ORV_TRACE_IF_FAILED(GetTracer(), tcpConnectionInfo->GetClientInfo(clientInfo))
+          << "Cannot get client info from connection";
+      ORV_FAILED(result)) {
+    return result;
+  }
+  const auto user = tools::GetUserByPid(GetServiceLocator(), static_cast<int32_t>(clientInfo.pid));
+  PublishCertificateDetectedEvent(user, domain, cert);
+  switch (verdict) {
+    case ssl::InvalidCertificateVerdict::Allow:
+      PublishCertificateAllowedEvent(user, domain, cert);
+      break;
+    case ssl::InvalidCertificateVerdict::Block:
+      PublishCertificateBlockedEvent(user, domain, cert);
+      break;
+    default:
+      break;
+  }
+  return orv::errors::kOk;
+}
+
+result_t InvalidCertificateHandler::Resolve(
+    const ssl::InvalidCertificateSecureDesktopRequest& request,
+    ssl::InvalidCertificateVerdict& verdict) {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "virtual result_t "
+         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::Resolve(const "
+         "traffic_processing::protocollers::ssl::InvalidCertificateSecureDesktopRequest&, "
+         "traffic_processing::protocollers::ssl::InvalidCertificateVerdict&)";
+  // The user on the secure desktop has already chosen to go on: the settings do not count here.
+  verdict = ssl::InvalidCertificateVerdict::Allow;
+  UntrustedCertificate cert;
+  cert.verificationResult = request.verificationResult;
+  if (const result_t result = QEL_TRACE_AS(GetTracer(), GetCertificate(request.certificate, cert),
+                                           "GetCertificate(request.certificate, cert)")
+                              << "Cannot get cert from raw";
+      ORV_FAILED(result)) {
+    return result;
+  }
+  const auto user =
+      tools::GetUserByPid(GetServiceLocator(), static_cast<int32_t>(request.clientPid));
+  PublishCertificateAllowedEvent(user, request.domain, cert);
+  return orv::errors::kOk;
+}
+
+result_t InvalidCertificateHandler::Process(const auto_excludes::AutoExcludeRequest& request,
+                                            auto_excludes::AutoExcludeVerdict& verdict) {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "virtual result_t "
+         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::Process(const "
+         "traffic_processing::protocollers::ssl::auto_excludes::AutoExcludeRequest&, "
+         "traffic_processing::protocollers::ssl::auto_excludes::AutoExcludeVerdict&): "
+      << Utf16ToUtf8(request.domain.view());
+  if (!CopySettings().addToAutoExcludes) {
+    verdict = auto_excludes::AutoExcludeVerdict::NotExcluded;
+    return orv::errors::kOk;
+  }
+  verdict = auto_excludes::AutoExcludeVerdict::Excluded;
+  qel::Event event = NewEvent(EventName::DomainAutoExcluded, DangerLevel::Warning);
+  Variant domain = Variant::String16(request.domain);
+  AppendField(AdditionalName::Domain, domain, event.additionalFields);
+
+  int32_t pid = -1;
+  tools::GetPid(GetServiceLocator(), request.uniquePid, pid);
+  PublishEvent(event, tools::GetUserByPid(GetServiceLocator(), pid));
+  return orv::errors::kOk;
+}
+
+}  // namespace qel::tcp_traffic_interceptor

@@ -1,0 +1,120 @@
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "invalid_certificate_handler.h"
+#include "orv/check.h"
+#include "orv/service.h"
+#include "orv/trace_stream.h"
+#include "qel/tools/files.h"
+#include "template_path.h"
+#include "trace_as.h"
+
+namespace qel::tcp_traffic_interceptor {
+namespace {
+
+constexpr uint32_t kDetail = orv::trace_level::kDetail;
+
+// The template's path, joined once per process: a separator only where the directory lacks one.
+const tools::NativePath& HtmlTemplatePath() {
+  static const tools::NativePath path = [] {
+    tools::NativePath joined(kHtmlTemplateDirectory);
+    if (joined.empty() || joined.back() != '/') {
+      joined += '/';
+    }
+    joined += kHtmlTemplateFileName;
+    return joined;
+  }();
+  return path;
+}
+
+}  // namespace
+
+InvalidCertificateHandler::InvalidCertificateHandler(orv::IServiceLocator* locator)
+    : ObjectRootEx(locator) {}
+
+result_t InvalidCertificateHandler::FinalConstruct() {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "result_t qel::tcp_traffic_interceptor::InvalidCertificateHandler::FinalConstruct()";
+  if (const result_t result =
+          QEL_TRACE_AS(GetTracer(), orv::GetInterface(GetServiceLocator(), m_taskManager.Ref()),
+                       "orv::GetInterface(GetServiceLocator(), m_taskManager.Ref())")
+          << "Cannot get IQelTaskManager interface";
+      ORV_FAILED(result)) {
+    return result;
+  }
+  if (const result_t result = ORV_TRACE_IF_FAILED(GetTracer(), LoadHtmlTemplate())
+                              << "Cannot load html template";
+      ORV_FAILED(result)) {
+    return result;
+  }
+  return orv::errors::kOk;
+}
+
+void InvalidCertificateHandler::FinalRelease() {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "void qel::tcp_traffic_interceptor::InvalidCertificateHandler::FinalRelease()";
+}
+
+result_t InvalidCertificateHandler::LoadHtmlTemplate() {
+  const tools::NativePath& html = HtmlTemplatePath();
+  std::vector<uint8_t> content;
+  if (const result_t result = ORV_TRACE_IF_FAILED(GetTracer(), tools::ReadFile(html, content))
+                              << "Cannot read html template " << html;
+      ORV_FAILED(result)) {
+    return result;
+  }
+  m_htmlTemplate.assign(content.begin(), content.end());
+  return orv::errors::kOk;
+}
+
+result_t InvalidCertificateHandler::Construct(const InvalidCertificateHandlerSettings* settings) {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "virtual result_t "
+         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::Construct(const "
+         "qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings*)";
+  StoreSettings(*settings);
+  return orv::errors::kOk;
+}
+
+result_t InvalidCertificateHandler::SetSettings(const InvalidCertificateHandlerSettings* settings) {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "virtual result_t "
+         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::SetSettings(const "
+         "qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings*)";
+  StoreSettings(*settings);
+  return orv::errors::kOk;
+}
+
+result_t InvalidCertificateHandler::GetSettings(InvalidCertificateHandlerSettings* settings) {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "virtual result_t "
+         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::GetSettings("
+         "qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings*)";
+  *settings = CopySettings();
+  return orv::errors::kOk;
+}
+
+InvalidCertificateHandlerSettings InvalidCertificateHandler::CopySettings() const {
+  std::lock_guard<std::recursive_mutex> lock(m_settingsMutex);
+  return m_settings;
+}
+
+void InvalidCertificateHandler::StoreSettings(const InvalidCertificateHandlerSettings& settings) {
+  std::lock_guard<std::recursive_mutex> lock(m_settingsMutex);
+  m_settings = settings;
+}
+
+void InvalidCertificateHandler::CachePut(const orv::types::string8_t& domain,
+                                         const UntrustedCertificate& cert) {
+  std::lock_guard<std::recursive_mutex> lock(m_cacheMutex);
+  m_cache.Put(domain.view(), cert);
+}
+
+result_t InvalidCertificateHandler::CacheGet(const orv::types::string8_t& domain,
+                                             UntrustedCertificate& cert) {
+  std::lock_guard<std::recursive_mutex> lock(m_cacheMutex);
+  return m_cache.Get(domain.view(), cert);
+}
+
+}  // namespace qel::tcp_traffic_interceptor

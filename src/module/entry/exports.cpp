@@ -1,6 +1,8 @@
 #include <cstdint>
 #include <exception>
 
+#include "cert_manager/certificate_manager.h"
+#include "invalid_certificate_handler.h"
 #include "network_ports.h"
 #include "orv/intrusive_ptr.h"
 #include "orv/module_lock.h"
@@ -21,6 +23,10 @@ orv::IObjectFactory* CreateFactory(uint32_t classId) {
     case tti::CLSID_TypeDescriptorStaticRegistry:
       return orv::FactoryFor<
           tti::MetaInfoDescriptorsNamespace::TypeDescriptorStaticRegistry>::Create();
+    case tti::CLSID_InvalidCertificateHandler:
+      return orv::FactoryFor<tti::InvalidCertificateHandler>::Create();
+    case tti::CLSID_CertificateManager:
+      return orv::FactoryFor<tti::CertificateManager>::Create();
     case tti::CLSID_NetworkPorts:
       return orv::FactoryFor<tti::NetworkPorts>::Create();
     case tti::CLSID_TcpInterceptorConfigurator:

@@ -1,0 +1,262 @@
+// The walk of one home over real directory trees on a tmpfs /home in a private mount namespace:
+// the places profiles live, hostile entries, unreadable directories, a tree thousands of levels
+// deep, and MakeNss3Storage on each kind of file.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "cert_stores/nss/nss3_storage.h"
+#include "nss_machine.h"
+#include "qel/tools/unique_fd.h"
+#include "support/namespace_sandbox.h"
+
+namespace qel::tcp_traffic_interceptor::cert_stores {
+
+std::ostream& operator<<(std::ostream& stream, const Nss3Storage& storage) {
+  return stream << "{" << testing::PrintToString(storage.path) << ", " << storage.uid << ", "
+                << storage.gid << "}";
+}
+
+namespace {
+
+using namespace nss_discovery_test;
+using tti::test::RunInMountNamespace;
+
+constexpr uint32_t kAlice = 1001;
+
+QelUser Alice(const std::string& home = "/home/alice") {
+  return QelUser{"alice", home, kAlice, kAlice, kRoleUser};
+}
+
+std::vector<std::string> Paths(const std::vector<Nss3Storage>& stores) {
+  std::vector<std::string> paths;
+  for (const Nss3Storage& store : stores) {
+    paths.push_back(store.path);
+  }
+  return paths;
+}
+
+TEST(UserNss3Storages, ProfilePlaces_OnlyBelowTheFiveNamesAndDirectlyInTheHome) {
+  RunInMountNamespace([] {
+    MountHomes();
+    const std::string home = "/home/alice";
+    MakeDirectory(home, kAlice);
+    MakeDatabase(home + "/.mozilla/firefox/abcd.default-release", kAlice);
+    MakeDatabase(home + "/.pki/nssdb", kAlice);
+    MakeDirectory(home + "/snap/chromium/2497/.pki/nssdb");
+    MakeFile(home + "/snap/chromium/2497/.pki/nssdb/cert9.db", kAlice, 50);
+    MakeDirectory(home + "/Snap/a");
+    MakeFile(home + "/Snap/a/cert9.db", 1234, 77);
+    MakeDirectory(home + "/.snap/b/c/d/e/f");
+    MakeFile(home + "/.snap/b/c/d/e/f/cert9.db", kAlice, kAlice);
+    MakeFile(home + "/cert9.db", kAlice, kAlice);
+    // Not found: outside the five names, a near miss of the name, a mere prefix of a root name.
+    MakeDatabase(home + "/.config/.pki/nssdb", kAlice);
+    MakeDirectory(home + "/Documents");
+    MakeFile(home + "/Documents/cert9.db");
+    MakeFile(home + "/.pki/Cert9.db");
+    MakeFile(home + "/.pki/cert9.db.bak");
+    MakeDirectory(home + "/.pkix/nssdb");
+    MakeFile(home + "/.pkix/nssdb/cert9.db");
+
+    const std::vector<Nss3Storage> expected = {
+        {home + "/.mozilla/firefox/abcd.default-release/cert9.db", kAlice, kAlice},
+        {home + "/.pki/nssdb/cert9.db", kAlice, kAlice},
+        {home + "/.snap/b/c/d/e/f/cert9.db", kAlice, kAlice},
+        {home + "/Snap/a/cert9.db", 1234, 77},
+        {home + "/cert9.db", kAlice, kAlice},
+        {home + "/snap/chromium/2497/.pki/nssdb/cert9.db", kAlice, 50},
+    };
+    EXPECT_EQ(GetUserNss3Storages(Alice()), expected);
+    // A final '/' in the home field changes nothing.
+    EXPECT_EQ(GetUserNss3Storages(Alice(home + "/")), expected);
+
+    // Homes that give nothing: no profile places, empty, missing, a plain file.
+    MakeDirectory("/home/plain/Downloads");
+    MakeFile("/home/plain/Downloads/cert9.db");
+    MakeDirectory("/home/empty");
+    MakeFile("/home/file");
+    for (const char* nothing : {"/home/plain", "/home/empty", "/home/missing", "/home/file"}) {
+      EXPECT_TRUE(GetUserNss3Storages(Alice(nothing)).empty()) << nothing;
+    }
+
+    // An empty home field means the working directory, and paths stay relative to it.
+    ASSERT_EQ(::chdir(home.c_str()), 0);
+    const auto relative = Paths(GetUserNss3Storages(Alice("")));
+    EXPECT_EQ(relative.size(), expected.size());
+    EXPECT_EQ(relative.front(), "./.mozilla/firefox/abcd.default-release/cert9.db");
+  });
+}
+
+TEST(UserNss3Storages, HostileEntries_NoLinkFollowedNothingOpened) {
+  RunInMountNamespace([] {
+    MountHomes();
+    const std::string home = "/home/alice";
+    const std::string elsewhere = "/home/elsewhere";
+    MakeDatabase(elsewhere + "/.pki/nssdb", kAlice);
+    MountAccounts({});  // a tmpfs /etc, after the last certutil run
+    MakeDirectory("/etc/pki/nssdb");
+    MakeFile("/etc/pki/nssdb/cert9.db");
+    // Links to profiles, to a whole home, to /etc, to a database, and loops.
+    MakeDirectory(home, kAlice);
+    MakeLink(elsewhere + "/.pki/nssdb", home + "/.mozilla");
+    MakeDirectory(home + "/.pki");
+    MakeLink(elsewhere + "/.pki/nssdb", home + "/.pki/nssdb");
+    MakeLink("/etc", home + "/.pki/etc");
+    MakeLink("/", home + "/.pki/root");
+    MakeLink("..", home + "/.pki/up");
+    MakeLink(home, home + "/.pki/self");
+    MakeDirectory(home + "/.pki/linked");
+    MakeLink(elsewhere + "/.pki/nssdb/cert9.db", home + "/.pki/linked/cert9.db");
+    MakeLink(elsewhere, home + "/snap");
+    // A FIFO under a database's name and under a root name: opening either would block.
+    MakeDirectory(home + "/Snap/fifo");
+    MakeFifo(home + "/Snap/fifo/cert9.db");
+    MakeFifo(home + "/.snap");
+    // A directory named cert9.db is entered like any other, but is no store itself.
+    MakeDirectory(home + "/Snap/dir/cert9.db");
+    MakeFile(home + "/Snap/dir/cert9.db/cert9.db", kAlice, kAlice);
+    // Names with newlines and other bytes a shell would trip over.
+    const std::string odd = home + "/Snap/new\nline/ -x \t*\n";
+    MakeDirectory(odd + "/\xff\xfe");
+    MakeFile(odd + "/\xff\xfe/cert9.db", kAlice, kAlice);
+    MakeFile(home + "/Snap/cert9.db\n", kAlice, kAlice);
+
+    const size_t descriptors = OpenDescriptorCount();
+    const std::vector<Nss3Storage> expected = {
+        {home + "/Snap/dir/cert9.db/cert9.db", kAlice, kAlice},
+        {odd + "/\xff\xfe/cert9.db", kAlice, kAlice},
+    };
+    EXPECT_EQ(GetUserNss3Storages(Alice()), expected);
+    EXPECT_EQ(OpenDescriptorCount(), descriptors);
+    // The targets are stores when reached by their own paths.
+    EXPECT_EQ(Paths(GetUserNss3Storages(Alice(elsewhere))),
+              std::vector<std::string>{elsewhere + "/.pki/nssdb/cert9.db"});
+    Nss3Storage storage;
+    EXPECT_EQ(MakeNss3Storage("/etc/pki/nssdb/cert9.db", storage), 0);
+  });
+}
+
+TEST(UserNss3Storages, UnreadableDirectories_PassedOverAsAnOrdinaryUser) {
+  RunInMountNamespace([] {
+    MountHomes();
+    const std::string home = "/home/alice";
+    MakeDirectory(home, kAlice);
+    MakeDatabase(home + "/.pki/open", kAlice);
+    MakeDatabase(home + "/.pki/locked/nssdb", kAlice);
+    MakeDirectory(home + "/.pki/locked", 0, 0000);
+    // Readable but not searchable: its names can be listed, their types not looked at.
+    MakeDatabase(home + "/.pki/listonly", kAlice);
+    MakeDirectory(home + "/.pki/listonly", 0, 0644);
+    MakeDatabase(home + "/.mozilla/p", kAlice);
+    MakeDirectory(home + "/.mozilla", 0, 0000);
+    MakeFile(home + "/cert9.db", kAlice, kAlice);
+    MakeDatabase("/home/closed/.pki/nssdb", kAlice);
+    MakeDirectory("/home/closed", 0, 0000);
+
+    const std::string homeDb = home + "/cert9.db";
+    const std::string open = home + "/.pki/open/cert9.db";
+    const auto walk = [&] {
+      auto paths = Paths(GetUserNss3Storages(Alice()));
+      for (const auto& path : Paths(GetUserNss3Storages(Alice("/home/closed")))) {
+        paths.push_back(path);
+      }
+      return paths;
+    };
+    EXPECT_EQ(RunAs(kAlice, kAlice, walk), (std::vector<std::string>{open, homeDb}));
+    // Root reads them all: the difference above is the permissions, not the tree.
+    EXPECT_EQ(walk().size(), 6u);
+  });
+}
+
+// Creates `levels` nested directories named "dd" below `top` with a cert9.db at the given
+// levels; returns the path of the deepest directory.
+std::string MakeDeepTree(const std::string& top, int levels, const std::vector<int>& databases) {
+  std::string path = top;
+  qel::tools::UniqueFd current(::open(top.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  for (int level = 1; level <= levels; ++level) {
+    EXPECT_EQ(::mkdirat(current.Get(), "dd", 0755), 0);
+    current.Reset(::openat(current.Get(), "dd", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    path += "/dd";
+    for (int at : databases) {
+      if (at == level) {
+        qel::tools::UniqueFd(::openat(current.Get(), "cert9.db", O_CREAT | O_WRONLY, 0644));
+      }
+    }
+  }
+  return path;
+}
+
+void SetDescriptorLimit(rlim_t limit) {
+  const rlimit value{limit, limit};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &value), 0);
+}
+
+TEST(UserNss3Storages, TreeThousandsOfLevelsDeep_FoundAsFarAsDescriptorsReach) {
+  RunInMountNamespace([] {
+    MountHomes();
+    const std::string home = "/home/alice";
+    MakeDirectory(home + "/snap");
+    constexpr int kLevels = 3000;
+    const std::string bottom = MakeDeepTree(home + "/snap", kLevels, {10, kLevels});
+    const std::string deep = bottom + "/cert9.db";
+    std::string shallow = home + "/snap";
+    for (int level = 1; level <= 10; ++level) {
+      shallow += "/dd";
+    }
+    shallow += "/cert9.db";
+    ASSERT_GT(deep.size(), 2 * tools::kLongPathLength);
+
+    // One descriptor per level: with room for them all, the bottom is reached.
+    SetDescriptorLimit(kLevels + 100);
+    const size_t descriptors = OpenDescriptorCount();
+    // Compared without printing: the deep path has more than 9000 bytes.
+    const auto found = Paths(GetUserNss3Storages(Alice()));
+    EXPECT_TRUE(found == (std::vector<std::string>{shallow, deep})) << found.size() << " found";
+    EXPECT_EQ(OpenDescriptorCount(), descriptors);
+    // The long path works on its own as well.
+    Nss3Storage storage;
+    EXPECT_EQ(MakeNss3Storage(deep, storage), 0);
+    EXPECT_EQ(storage.path, deep);
+
+    // Without: the levels that cannot be opened are passed over, the rest is still reported.
+    SetDescriptorLimit(200);
+    EXPECT_EQ(Paths(GetUserNss3Storages(Alice())), std::vector<std::string>{shallow});
+  });
+}
+
+TEST(MakeNss3Storage, OnlyARegularFileNamedExactlyCert9) {
+  RunInMountNamespace([] {
+    MountHomes();
+    MakeDirectory("/home/t/dir/cert9.db");
+    MakeDirectory("/home/t/fifo");
+    MakeFifo("/home/t/fifo/cert9.db");
+    MakeDirectory("/home/t/link");
+    MakeDirectory("/home/t/real");
+    MakeFile("/home/t/real/cert9.db", 7, 8);
+    MakeLink("/home/t/real/cert9.db", "/home/t/link/cert9.db");
+    MakeFile("/home/t/Cert9.db");
+    MakeFile("/home/t/key4.db");
+
+    Nss3Storage storage;
+    EXPECT_EQ(MakeNss3Storage("/home/t/real/cert9.db", storage), 0);
+    EXPECT_EQ(storage, (Nss3Storage{"/home/t/real/cert9.db", 7, 8}));
+    for (const char* path : {"/home/t/dir/cert9.db", "/home/t/fifo/cert9.db",
+                             "/home/t/link/cert9.db", "/home/t/Cert9.db", "/home/t/key4.db",
+                             "/home/t/missing/cert9.db", "/home/t/real/cert9.db/"}) {
+      Nss3Storage untouched{"before", 1, 2};
+      EXPECT_EQ(MakeNss3Storage(path, untouched), static_cast<result_t>(0x8000004b)) << path;
+      EXPECT_EQ(untouched, (Nss3Storage{"before", 1, 2})) << path;
+    }
+  });
+}
+
+}  // namespace
+}  // namespace qel::tcp_traffic_interceptor::cert_stores

@@ -1,0 +1,42 @@
+#include "cert_manager/certificate_manager_impl.h"
+
+#include "cert_manager/current_accounts.h"
+#include "cert_stores/openssl/store_discovery.h"
+#include "orv/check.h"
+#include "orv/service.h"
+#include "orv/trace_stream.h"
+
+namespace qel::tcp_traffic_interceptor {
+namespace {
+constexpr uint32_t kDetail = orv::trace_level::kDetail;
+}  // namespace
+
+CertificateManagerImpl::CertificateManagerImpl(orv::IServiceLocator* locator, orv::ITracer* tracer)
+    : ServiceLocatorProvider(locator), TracerProvider(tracer) {
+  ORV_CHECK_RESULT(orv::GetInterface(GetServiceLocator(), m_certificatesProvider.Ref()),
+                   "Cannot get ITrustedCertificatesProvider interface");
+  ORV_CHECK_RESULT(orv::GetInterface(GetServiceLocator(), m_eventsProvider.Ref()),
+                   "Cannot get IInotifyEventsProvider interface");
+
+  ORV_TRACE(GetTracer(), kDetail) << "try to find all nss3 storages";
+  m_nss3Storages = cert_stores::GetNss3Storages();
+  ORV_TRACE(GetTracer(), kDetail) << "found " << m_nss3Storages.size() << " nss3 storages";
+
+  ORV_TRACE(GetTracer(), kDetail) << "try to find all openssl storages";
+  m_opensslStorages = cert_stores::GetBundleFiles();
+  ORV_TRACE(GetTracer(), kDetail) << "found " << m_opensslStorages.size() << " openssl storages";
+
+  // Accounts that exist now are known: only homes that turn up later count as new.
+  for (const QelUser& user : CurrentAccounts()) {
+    m_userHomes.insert(user.home);
+  }
+}
+
+CertificateManagerImpl::~CertificateManagerImpl() = default;
+
+result_t CertificateManagerImpl::GetName(orv::types::string8_t& name) {
+  name = "CertificateManager";
+  return orv::errors::kOk;
+}
+
+}  // namespace qel::tcp_traffic_interceptor

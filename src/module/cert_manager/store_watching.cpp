@@ -1,0 +1,147 @@
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "cert_manager/certificate_manager_impl.h"
+#include "cert_manager/check_line.h"
+#include "cert_manager/current_accounts.h"
+#include "cert_manager/watch_constants.h"
+#include "orv/trace_stream.h"
+#include "qel/tools/files.h"
+
+namespace qel::tcp_traffic_interceptor {
+namespace {
+
+constexpr uint32_t kDetail = orv::trace_level::kDetail;
+constexpr uint32_t kWarning = orv::trace_level::kWarning;
+
+constexpr const char* kOnEventSignature =
+    "virtual result_t "
+    "qel::tcp_traffic_interceptor::CertificateManagerImpl::OnEvent(const qel::InotifyEvent&)";
+constexpr const char* kNewHomeSource =
+    "qel::tcp_traffic_interceptor::CertificateManagerImpl::OnEvent(const "
+    "qel::InotifyEvent&)::<lambda(const auto:7&)> [with auto:7 = qel::QelUser]";
+constexpr const char* kSubscribeStoreText =
+    "m_eventsProvider->Subscribe(this, info.path, configFlags)";
+
+orv::types::string8_t ToString8(std::string_view text) {
+  return orv::types::string8_t(text.data(), text.size());
+}
+
+}  // namespace
+
+result_t CertificateManagerImpl::SubscribeToEvents() {
+  if (const result_t result =
+          ORV_TRACE_IF_FAILED(GetTracer(), m_eventsProvider->Subscribe(this, UtmpPath, 0x00000002));
+      ORV_FAILED(result)) {
+    return result;
+  }
+  // Directories that do not exist yet are in the list; the provider watches for them to appear.
+  for (const cert_stores::NativePath& directory : cert_stores::GetWatchDirectories()) {
+    ORV_TRACE(GetTracer(), kDetail) << "watch " << directory;
+    const orv::types::string8_t path = ToString8(directory);
+    if (const result_t result =
+            ORV_TRACE_IF_FAILED(GetTracer(), m_eventsProvider->Subscribe(this, path, 0x00000100));
+        ORV_FAILED(result)) {
+      return result;
+    }
+  }
+  std::vector<cert_stores::NativePath> stores;
+  for (const cert_stores::Nss3Storage& info : m_nss3Storages) {
+    stores.push_back(info.path);
+  }
+  stores.insert(stores.end(), m_opensslStorages.begin(), m_opensslStorages.end());
+  for (const cert_stores::NativePath& store : stores) {
+    ORV_TRACE(GetTracer(), kDetail) << "watch " << store;
+    const result_t result = m_eventsProvider->Subscribe(this, ToString8(store), configFlags);
+    if (ORV_FAILED(QEL_CERT_TRACE_IF_FAILED_AS(GetTracer(), result, kSubscribeStoreText))) {
+      return result;
+    }
+  }
+  return orv::errors::kOk;
+}
+
+result_t CertificateManagerImpl::OnEvent(const InotifyEvent& event) {
+  if (event.name.view() == std::string_view(UtmpPath)) {
+    return OnLoginsChanged(event);
+  }
+
+  bool known = false;
+  {
+    std::lock_guard<RecursiveMutex> lock(m_mutex);
+    const std::string path(event.name.view());
+    if (event.type == kObjectCreated &&
+        tools::LastPathComponent(path) == cert_stores::kNss3DatabaseName) {
+      cert_stores::Nss3Storage storage;
+      if (ORV_SUCCEEDED(cert_stores::MakeNss3Storage(path, storage))) {
+        ORV_TRACE(GetTracer(), kDetail) << "Add cert to " << storage.path;
+        AddCertificatesToNewStore(storage);
+      }
+    }
+    for (const cert_stores::Nss3Storage& storage : m_nss3Storages) {
+      if (storage.path == path) {
+        known = true;
+        break;
+      }
+    }
+  }
+  // The OpenSSL list never changes after construction: read without the lock.
+  for (size_t i = 0; !known && i < m_opensslStorages.size(); ++i) {
+    known = event.name.view() == m_opensslStorages[i];
+  }
+  if (!known) {
+    return orv::errors::kOk;
+  }
+  ORV_TRACE(GetTracer(), kDetail) << kOnEventSignature << " event.name: " << event.name
+                                  << ", event.type: " << event.type;
+  if (const result_t result = ORV_TRACE_IF_FAILED(GetTracer(), LoadCertificates())
+                              << "Cannot to load certificates";
+      ORV_FAILED(result)) {
+    return result;
+  }
+  return orv::errors::kOk;
+}
+
+result_t CertificateManagerImpl::OnLoginsChanged(const InotifyEvent& event) {
+  ORV_TRACE(GetTracer(), kDetail) << kOnEventSignature << " event.name: " << event.name
+                                  << ", event.type: " << event.type;
+  std::set<std::string> newHomes;
+  for (const QelUser& user : CurrentAccounts()) {
+    if (m_userHomes.count(user.home) != 0) {
+      continue;
+    }
+    newHomes.insert(user.home);
+    ORV_TRACE(GetTracer(), kDetail)
+        << kNewHomeSource << ": user home directory '" << user.home << "' is added";
+    // The lock is taken per store, not across the scan, so lookups are not held up by it.
+    for (const cert_stores::Nss3Storage& storage : cert_stores::GetUserNss3Storages(user)) {
+      ORV_TRACE(GetTracer(), kDetail) << "Add cert to " << storage.path;
+      AddCertificatesToNewStore(storage);
+    }
+  }
+  for (const std::string& home : newHomes) {
+    for (const cert_stores::NativePath& directory : cert_stores::GetWatchDirectories(home)) {
+      if (ORV_FAILED(
+              m_eventsProvider->Subscribe(this, ToString8(directory), kWatchDirectoryFlags))) {
+        ORV_TRACE(GetTracer(), kWarning) << "Cannot subscribe to " << directory << " events";
+      }
+      ORV_TRACE(GetTracer(), kDetail)
+          << kOnEventSignature << ": path '" << directory << "' is subscribed";
+    }
+  }
+  // Marked as done even when every subscription failed: a home is not tried again.
+  m_userHomes.insert(newHomes.begin(), newHomes.end());
+  return orv::errors::kOk;
+}
+
+void CertificateManagerImpl::AddCertificatesToNewStore(const cert_stores::Nss3Storage& storage) {
+  std::lock_guard<RecursiveMutex> lock(m_mutex);
+  std::vector<cert_stores::Certificate> copy = m_certificates;
+  if (ORV_FAILED(cert_stores::Nss3Storage(storage).AddCertificatesToStore(copy))) {
+    ORV_TRACE(GetTracer(), kWarning) << "Cannot add certificates to " << storage.path;
+  }
+  m_nss3Storages.push_back(storage);
+}
+
+}  // namespace qel::tcp_traffic_interceptor

@@ -10,7 +10,8 @@
 
 namespace host {
 
-HostServices HostServices::Create(orv::ITracer* tracer) {
+HostServices HostServices::Create(orv::ITracer* tracer,
+                                  const std::string& trustedCertificatesDirectory) {
   HostServices services;
   services.allocator = MakeObject<MallocAllocator>();
   services.tracer = orv::intrusive_ptr<orv::ITracer>(tracer);
@@ -34,6 +35,10 @@ HostServices HostServices::Create(orv::ITracer* tracer) {
   services.trafmonExcludes = MakeObject<UpdatableExcludesView>();
   services.locator->Add<traffic_processing::traffic_monitor::IUpdatableExcludesView>(
       services.trafmonExcludes.get());
+  services.fileEvents = MakeObject<InotifyEventsProvider>();
+  services.locator->Add<qel::IInotifyEventsProvider>(services.fileEvents.get());
+  services.trusted = MakeObject<TrustedCertificatesProvider>(trustedCertificatesDirectory);
+  services.locator->Add<qel::ITrustedCertificatesProvider>(services.trusted.get());
   return services;
 }
 

@@ -1,6 +1,7 @@
 #include "text_catalog.h"
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 
 #include <map>
 #include <mutex>
@@ -47,14 +48,28 @@ std::string LanguageDirectory(const std::string& language) {
 
 std::shared_ptr<const TextCatalog> SharedCatalog(const std::string& language,
                                                  const std::string& name) {
+  struct Loaded {
+    struct stat identity {};
+    std::shared_ptr<const TextCatalog> catalog;
+  };
   static std::mutex mutex;
-  static std::map<std::pair<std::string, std::string>, std::shared_ptr<const TextCatalog>> loaded;
-  const std::lock_guard<std::mutex> lock(mutex);
-  auto& slot = loaded[{language, name}];
-  if (!slot) {
-    slot = std::make_shared<const TextCatalog>(LanguageDirectory(language) + "/" + name + ".ini");
+  static std::map<std::string, Loaded> loaded;
+  const std::string path = LanguageDirectory(language) + "/" + name + ".ini";
+  // A file replaced on disk is read again: one stat per localiser is all it costs.
+  struct stat identity {};
+  if (::stat(path.c_str(), &identity) != 0) {
+    throw std::runtime_error("cannot find " + path);
   }
-  return slot;
+  const std::lock_guard<std::mutex> lock(mutex);
+  Loaded& slot = loaded[path];
+  if (!slot.catalog || slot.identity.st_dev != identity.st_dev ||
+      slot.identity.st_ino != identity.st_ino || slot.identity.st_size != identity.st_size ||
+      slot.identity.st_mtim.tv_sec != identity.st_mtim.tv_sec ||
+      slot.identity.st_mtim.tv_nsec != identity.st_mtim.tv_nsec) {
+    slot.catalog = std::make_shared<const TextCatalog>(path);
+    slot.identity = identity;
+  }
+  return slot.catalog;
 }
 
 }  // namespace localization

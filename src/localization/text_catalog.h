@@ -26,8 +26,8 @@ class TextCatalog final {
 // localization/<language>/. Throws std::runtime_error when the library cannot find itself.
 std::string LanguageDirectory(const std::string& language);
 
-// The catalogue of `name` (file <name>.ini) in `language`, read once per process and shared.
-// Throws as the constructor does; a failed read is tried again by the next call.
+// The catalogue of `name` (file <name>.ini) in `language`, shared, read again only when the file
+// changed (device, inode, size, modification time). Throws as the constructor does.
 std::shared_ptr<const TextCatalog> SharedCatalog(const std::string& language,
                                                  const std::string& name);
 

@@ -1,24 +1,147 @@
-#include <string>
+// The alert page: plain text replacement on the template in a fixed order, then the localiser's
+// pass over the `$key$` marks.
 
+#include <exception>
+#include <string>
+#include <string_view>
+
+#include <boost/algorithm/string/replace.hpp>
+#include <boost/format.hpp>
+
+#include "html_escape.h"
 #include "invalid_certificate_handler.h"
+#include "orv/trace_stream.h"
+#include "qel/enums/verification_result.h"
+#include "qel/tools/date_strings.h"
+#include "qel/tools/localization.h"
+#include "trace_as.h"
 
 namespace qel::tcp_traffic_interceptor {
+namespace {
 
-// Placeholders until the page is built here.
+constexpr uint32_t kDetail = orv::trace_level::kDetail;
 
-result_t InvalidCertificateHandler::GetWebAlertStub(
-    const ssl::InvalidCertificateWebAlertData& /*data*/, orv::types::string8_t& /*body*/) {
-  return orv::errors::kNotImplemented;
+// The version the product's name is shown with, and what stands in the page when the product
+// text cannot be made: a failed format never fails the page.
+constexpr const char* kProductVersion = "12.3";
+constexpr const char* kProductTextFallback = "7b3c8d00-7a6d-4291-bc54-7c8a3bfbdbfe";
+constexpr qel::Msg kProductMessage = qel::Msg(1086);
+
+// Every occurrence, left to right, never going back over what was put in; a placeholder the page
+// lacks is skipped.
+void Replace(std::string& page, std::string_view placeholder, std::string_view value) {
+  boost::algorithm::replace_all(page, placeholder, value);
 }
 
-result_t InvalidCertificateHandler::InsertCertificateInfo(const orv::types::string8_t& /*domain*/,
-                                                          std::string& /*body*/) {
-  return orv::errors::kNotImplemented;
+// The message is a boost::format pattern fed with the version. A pattern without "%1%" is no
+// error (too many arguments is the one check that is off); anything else thrown, the library's own
+// failures included, gives the fixed text.
+std::string ProductText() {
+  try {
+    boost::format pattern(qel::TranslationInnards::Tr(kProductMessage, 0));
+    pattern.exceptions(boost::io::all_error_bits ^ boost::io::too_many_args_bit);
+    pattern % kProductVersion;
+    return pattern.str();
+  } catch (...) {
+    return kProductTextFallback;
+  }
 }
 
-result_t InvalidCertificateHandler::LocalizeHtmlTemplate(uint64_t /*uniqPid*/,
-                                                         std::string& /*body*/) {
-  return orv::errors::kNotImplemented;
+// "NotPartOfCertificate" becomes a key for the localiser; any other name is shown as text.
+std::string NameForPage(const orv::types::string8_t& name) {
+  if (name.view() == kNotPartOfCertificate) {
+    return "$NotPartOfCertificate$";
+  }
+  return EscapeHtml(name.view());
+}
+
+}  // namespace
+
+result_t InvalidCertificateHandler::GetWebAlertStub(const ssl::InvalidCertificateWebAlertData& data,
+                                                    orv::types::string8_t& body) {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "virtual result_t "
+         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::GetWebAlertStub(const "
+         "traffic_processing::protocollers::ssl::InvalidCertificateWebAlertData&, "
+         "orv::types::string8_t&)";
+  std::string page = m_htmlTemplate;
+  std::string ignoreAndContinueUrl(data.ignoreAndContinueUrl.view());
+  // A block setting takes the way out of the page; any other value, out of range included, leaves
+  // the engine's address as it came.
+  if (CopySettings().action == 1) {
+    ignoreAndContinueUrl.clear();
+  }
+
+  Replace(page, "%PRODUCT%", ProductText());
+  // The form follows the address, not the settings: no address, no way on.
+  const bool warn = !ignoreAndContinueUrl.empty();
+  Replace(page, "%CertAction%", warn ? "$ActionWarn$" : "$ActionDeny$");
+  Replace(page, "%CertDetails%", warn ? "$DetailsTitleWarn$" : "$DetailsTitleDeny$");
+  Replace(page, "%TargetUrl%", data.domain.view());
+  Replace(page, "%ShowCertificateUrl%", data.showCertificateUrl.view());
+  Replace(page, "%IgnoreAndContinueUrl%", ignoreAndContinueUrl);
+  const auto reason = qel::GetVerificationResultName(data.verificationResult);
+  Replace(page, "%ReasonDescription%", "$" + std::string(reason.first.view()) + "$");
+
+  InsertCertificateInfo(data.domain, page);
+
+  if (const result_t result = QEL_TRACE_AS(GetTracer(), LocalizeHtmlTemplate(data.uniqPid, page),
+                                           "LocalizeHtmlTemplate(data.uniqPid, body)")
+                              << "Cannot localize html template";
+      ORV_FAILED(result)) {
+    return result;
+  }
+  body = std::string_view(page);
+  return 0;
+}
+
+result_t InvalidCertificateHandler::InsertCertificateInfo(const orv::types::string8_t& domain,
+                                                          std::string& body) {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "result_t qel::tcp_traffic_interceptor::InvalidCertificateHandler::InsertCertificateInfo("
+         "const orv::types::string8_t&, std::string&)";
+  UntrustedCertificate cert;
+  // The lock is held inside CacheGet only; the failure line is written after it is released.
+  if (const result_t result =
+          QEL_TRACE_AS(GetTracer(), CacheGet(domain, cert), "m_cache.Get(domain, cert)")
+          << "Cannot get cert chain for domain " << domain;
+      ORV_FAILED(result)) {
+    // The certificate's placeholders stay in the page as they are.
+    return result;
+  }
+  Replace(body, "%CertificateSubject%", NameForPage(cert.subject));
+  Replace(body, "%CertificateIssuer%", NameForPage(cert.issuer));
+  // Local time of this machine, whatever the browser's zone; a date that cannot be shown throws
+  // out of GetWebAlertStub.
+  Replace(body, "%CertificateExpirationDate%",
+          qel::tools::TicksToString(static_cast<int64_t>(cert.expirationDate)));
+  Replace(body, "%CertificatePEMData%", EscapeHtml(cert.pemChain.view()));
+  return 0;
+}
+
+result_t InvalidCertificateHandler::LocalizeHtmlTemplate(uint64_t uniqPid, std::string& body) {
+  ORV_TRACE(GetTracer(), kDetail)
+      << "result_t qel::tcp_traffic_interceptor::InvalidCertificateHandler::LocalizeHtmlTemplate("
+         "uint64_t, std::string&)";
+  orv::intrusive_ptr<localization_manager::ILocalizer> localizer;
+  if (const result_t result =
+          QEL_TRACE_AS(GetTracer(),
+                       qel::tools::CreateLocalizer(GetServiceLocator(), uniqPid,
+                                                   u"traffic_processing", localizer),
+                       "tools::CreateLocalizer(GetServiceLocator(), uniqPid, "
+                       "u\"traffic_processing\", localizer)");
+      ORV_FAILED(result)) {
+    return result;
+  }
+  orv::types::vector_t<unsigned char> html;
+  html.reserve(body.size());
+  for (const char byte : body) {
+    html.push_back(static_cast<unsigned char>(byte));
+  }
+  const orv::types::vector_t<unsigned char> worded =
+      qel::tools::LocalizeTemplate(html, localizer.get(), GetTracer());
+  body.assign(reinterpret_cast<const char*>(worded.data()), worded.size());
+  return 0;
 }
 
 }  // namespace qel::tcp_traffic_interceptor

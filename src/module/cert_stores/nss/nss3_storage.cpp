@@ -1,5 +1,10 @@
 #include "cert_stores/nss/nss3_storage.h"
 
+#include <linux/capability.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <exception>
 #include <string>
@@ -30,9 +35,32 @@ result_t ReadSlot(std::vector<RawCert>& certificates) {
   return orv::errors::kOk;
 }
 
+constexpr rlim_t kHelperDescriptors = 20480;
+
+bool HasCapability(int capability) {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3]{};
+  if (::syscall(SYS_capget, &header, data) != 0) {
+    return false;
+  }
+  return (data[CAP_TO_INDEX(capability)].effective & CAP_TO_MASK(capability)) != 0;
+}
+
+// 20480 descriptors, soft and hard. Raising a lower hard limit needs CAP_SYS_RESOURCE, and without
+// it the child would end with EPERM before execve: a service that lacks it (a container, say)
+// gives the helper its own hard limit rather than no start at all.
+std::vector<tools::ResourceLimit> HelperLimits() {
+  rlimit present{};
+  if (::getrlimit(RLIMIT_NOFILE, &present) == 0 && present.rlim_max < kHelperDescriptors &&
+      !HasCapability(CAP_SYS_RESOURCE)) {
+    return {{present.rlim_max, present.rlim_max, RLIMIT_NOFILE}};
+  }
+  return {{kHelperDescriptors, kHelperDescriptors, RLIMIT_NOFILE}};
+}
+
 // The helper is started as this process's user with the fixed environment, /dev/null for the
-// standard streams, every other descriptor closed, 20480 descriptors and no time limit: exit
-// status 0 gives 0, anything else 0x8000004b.
+// standard streams, every other descriptor closed and no time limit: exit status 0 gives 0,
+// anything else 0x8000004b.
 result_t RunHelper(const char* action, const NativePath& storePath,
                    const std::vector<Certificate>& certificates) {
   // MakeCertList needs one item that converts; without one there is nothing to ask for.
@@ -45,7 +73,11 @@ result_t RunHelper(const char* action, const NativePath& storePath,
   const std::string list = MakeCertList(certificates);
   const char* const args[] = {kCertManagerPath, action,       "--nss3-path", storePath.c_str(),
                               "--certlist",     list.c_str(), nullptr};
-  return tools::RunProcess(kCertManagerPath, args);
+  tools::ProcessOptions options;
+  options.path = kCertManagerPath;
+  options.args = args;
+  options.limits = HelperLimits();
+  return tools::RunProcess(options);
 }
 
 }  // namespace

@@ -1,0 +1,135 @@
+#include "support/nss_test_db.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <sstream>
+#include <stdexcept>
+
+#include "support/clean_command.h"
+#include "support/namespace_sandbox.h"
+
+namespace tti::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+void Require(const CommandResult& run, const std::string& what) {
+  if (run.exitCode != 0) {
+    throw std::runtime_error(what + " failed: " + run.output);
+  }
+}
+
+// A file with the password for certutil's -f, or the option for the empty one.
+std::vector<std::string> PasswordWords(const std::string& directory, const std::string& password) {
+  if (password.empty()) {
+    return {"--empty-password"};
+  }
+  const std::string file = directory + "/../tti-password-" + std::to_string(::getpid());
+  WriteTextFile(file, password + "\n", 0600);
+  return {"-f", file};
+}
+
+}  // namespace
+
+ScratchDirectory::ScratchDirectory() {
+  char pattern[] = "/tmp/tti-nss.XXXXXX";
+  if (::mkdtemp(pattern) == nullptr || ::chmod(pattern, 0755) != 0) {
+    throw std::runtime_error("scratch directory");
+  }
+  m_path = pattern;
+}
+
+ScratchDirectory::~ScratchDirectory() {
+  std::error_code ignored;
+  fs::remove_all(m_path, ignored);
+}
+
+std::string ScratchDirectory::MakeFolder(const std::string& relative) const {
+  const std::string path = m_path + "/" + relative;
+  fs::create_directories(path);
+  return path;
+}
+
+void CreateNssDatabase(const std::string& directory, const std::string& password) {
+  fs::create_directories(directory);
+  std::vector<std::string> words = {"certutil", "-N", "-d", "sql:" + directory};
+  if (password.empty()) {
+    words.push_back("--empty-password");
+  } else {
+    const std::vector<std::string> option = PasswordWords(directory, password);
+    words.insert(words.end(), option.begin(), option.end());
+  }
+  Require(RunClean(words), "certutil -N in " + directory);
+}
+
+void AddWithCertutil(const std::string& directory, const TestCertificate& certificate,
+                     const std::string& nickname, const std::string& trust,
+                     const std::string& password) {
+  const std::string file = directory + "/../tti-import.pem";
+  WriteTextFile(file, certificate.Pem());
+  std::vector<std::string> words = {
+      "certutil", "-A", "-d", "sql:" + directory, "-n", nickname, "-t", trust, "-a", "-i", file};
+  if (!password.empty()) {
+    const std::vector<std::string> option = PasswordWords(directory, password);
+    words.insert(words.end(), option.begin(), option.end());
+  }
+  Require(RunClean(words), "certutil -A in " + directory);
+  fs::remove(file);
+}
+
+std::map<std::string, std::string> ListNssDatabase(const std::string& directory) {
+  const CommandResult run = RunClean({"certutil", "-L", "-d", "sql:" + directory});
+  Require(run, "certutil -L in " + directory);
+  // A header of two lines, then "nickname<spaces>trust" with the trust as the last word.
+  std::map<std::string, std::string> entries;
+  std::istringstream lines(run.output);
+  std::string line;
+  while (std::getline(lines, line)) {
+    const size_t end = line.find_last_not_of(' ');
+    if (end == std::string::npos || line.find("Trust Attributes") != std::string::npos ||
+        line.find("SSL,S/MIME") != std::string::npos) {
+      continue;
+    }
+    line.resize(end + 1);
+    const size_t gap = line.find_last_of(' ');
+    const size_t nameEnd = line.find_last_not_of(' ', gap);
+    entries[line.substr(0, nameEnd + 1)] = line.substr(gap + 1);
+  }
+  return entries;
+}
+
+bool NssTrustsServer(const std::string& directory, const TestCertificate& server) {
+  const std::string file = directory + "/../tti-server.pem";
+  WriteTextFile(file, server.Pem());
+  const CommandResult run = RunClean({"vfychain", "-d", "sql:" + directory, "-a", "-u", "1", file});
+  fs::remove(file);
+  return run.exitCode == 0;
+}
+
+std::map<std::string, std::string> FolderBytes(const std::string& directory) {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : fs::directory_iterator(directory)) {
+    if (entry.is_regular_file()) {
+      files[entry.path().filename().string()] = ReadTextFile(entry.path().string());
+    }
+  }
+  return files;
+}
+
+void ChangeOwner(const std::string& top, uid_t uid, gid_t gid) {
+  if (::lchown(top.c_str(), uid, gid) != 0) {
+    throw std::runtime_error("lchown " + top);
+  }
+  if (!fs::is_directory(fs::symlink_status(top))) {
+    return;
+  }
+  for (const auto& entry : fs::recursive_directory_iterator(top)) {
+    if (::lchown(entry.path().c_str(), uid, gid) != 0) {
+      throw std::runtime_error("lchown " + entry.path().string());
+    }
+  }
+}
+
+}  // namespace tti::test

@@ -1,0 +1,264 @@
+// Nss3Storage on real NSS databases made with certutil: the read-only listing, and adds and
+// deletes through the cert-manager helper at its fixed path (the build's product tree bound over
+// /opt/morvane/tolm in a private mount namespace), checked with certutil -L and vfychain. A
+// recording script in the helper's place shows when and how the helper is started.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "cert_stores/conversions/cert_conversions.h"
+#include "cert_stores/nss/nss3_storage.h"
+#include "database_lock.h"
+#include "support/cert_factory.h"
+#include "support/namespace_sandbox.h"
+#include "support/nss_test_db.h"
+
+namespace qel::tcp_traffic_interceptor::cert_stores {
+namespace {
+
+using tti::test::CreateNssDatabase;
+using tti::test::ListNssDatabase;
+using tti::test::MountProductTree;
+using tti::test::NssTrustsServer;
+using tti::test::RunInMountNamespace;
+using tti::test::ScratchDirectory;
+using tti::test::WriteTextFile;
+using Entries = std::map<std::string, std::string>;
+
+constexpr char kLibexec[] = "/opt/morvane/tolm/libexec";
+constexpr char kStarts[] = "/opt/morvane/tolm/libexec/starts";
+
+std::vector<RawCert> Sorted(std::vector<RawCert> certificates) {
+  std::sort(certificates.begin(), certificates.end());
+  return certificates;
+}
+
+std::vector<std::string> Names(const std::vector<Certificate>& certificates) {
+  std::vector<std::string> names;
+  for (const Certificate& certificate : certificates) {
+    names.push_back(certificate.name);
+  }
+  return names;
+}
+
+// Inside the namespace: the helper's folder becomes a tmpfs holding `script` (or nothing) at the
+// helper's name. The script may record its arguments, one file each, under kStarts.
+void ReplaceHelper(const std::string& script, mode_t mode = 0755) {
+  tti::test::MountTmpfs(kLibexec);
+  if (!script.empty()) {
+    WriteTextFile(kCertManagerPath, "#!/bin/sh\n" + script, mode);
+  }
+}
+
+constexpr char kRecorder[] =
+    "mkdir -p /opt/morvane/tolm/libexec/starts/$$ && i=0\n"
+    "for word in \"$0\" \"$@\"; do\n"
+    "  i=$((i+1)); printf '%s' \"$word\" > /opt/morvane/tolm/libexec/starts/$$/$i\n"
+    "done\n";
+
+// The argument vector of every recorded start.
+std::vector<std::vector<std::string>> RecordedStarts() {
+  std::vector<std::vector<std::string>> starts;
+  if (!std::filesystem::exists(kStarts)) {
+    return starts;
+  }
+  for (const auto& start : std::filesystem::directory_iterator(kStarts)) {
+    std::vector<std::string> words;
+    for (int index = 1; std::filesystem::exists(start.path() / std::to_string(index)); ++index) {
+      words.push_back(tti::test::ReadTextFile((start.path() / std::to_string(index)).string()));
+    }
+    starts.push_back(words);
+  }
+  return starts;
+}
+
+class NssStorageTest : public ::testing::Test {
+ protected:
+  Nss3Storage StoreIn(const std::string& directory) const {
+    return Nss3Storage{directory + "/cert9.db", 0, 0};
+  }
+
+  ScratchDirectory m_scratch;
+  tti::test::TestCertificate m_root = tti::test::MakeRootCertificate("tti nss root");
+  tti::test::TestCertificate m_server = tti::test::MakeServerCertificate(m_root, "127.0.0.1");
+  tti::test::TestCertificate m_otherRoot = tti::test::MakeRootCertificate("tti nss other root");
+  Certificate m_cert{"Morvane_Shield_Personal_Root_Certificate_a1b2c3d4", m_root.Der()};
+  Certificate m_otherCert{"Morvane_Shield_Personal_Root_Certificate_99887766", m_otherRoot.Der()};
+};
+
+TEST_F(NssStorageTest, GetCertificates_EmptyAndFilledDatabases) {
+  const std::string directory = m_scratch.MakeFolder("db");
+  CreateNssDatabase(directory);
+  std::vector<RawCert> listed;
+  EXPECT_EQ(StoreIn(directory).GetCertificates(listed), 0);
+  EXPECT_TRUE(listed.empty());
+
+  tti::test::AddWithCertutil(directory, m_root, "one", "C,,");
+  tti::test::AddWithCertutil(directory, m_otherRoot, "two", ",,");
+  EXPECT_EQ(StoreIn(directory).GetCertificates(listed), 0);
+  EXPECT_EQ(Sorted(listed), Sorted({m_cert.raw, m_otherCert.raw}));
+
+  // The system database's form: the directory with a final "/".
+  RunInMountNamespace([&] {
+    tti::test::BuildStoreLayout(tti::test::StoreLayout::kDebian);
+    std::filesystem::create_directories("/etc/pki/nssdb");
+    CreateNssDatabase("/etc/pki/nssdb");
+    tti::test::AddWithCertutil("/etc/pki/nssdb", m_root, "system", "C,,");
+    std::vector<RawCert> system;
+    EXPECT_EQ((Nss3Storage{kSystemNss3Path, 0, 0}.GetCertificates(system)), 0);
+    EXPECT_EQ(system, std::vector<RawCert>{m_cert.raw});
+  });
+}
+
+TEST_F(NssStorageTest, GetCertificates_DatabaseNotReadable_Unspecified) {
+  const std::string damaged = m_scratch.MakeFolder("damaged");
+  WriteTextFile(damaged + "/cert9.db", std::string(4096, 'x'));
+  const std::string locked = m_scratch.MakeFolder("locked");
+  CreateNssDatabase(locked);
+  const std::string missing = m_scratch.Path() + "/missing";
+  std::vector<RawCert> listed;
+
+  EXPECT_EQ(StoreIn(damaged).GetCertificates(listed), orv::errors::kUnspecified);
+  EXPECT_EQ(StoreIn(missing).GetCertificates(listed), orv::errors::kUnspecified);
+  {
+    const tti::test::DatabaseLock lock(locked + "/cert9.db");
+    EXPECT_EQ(StoreIn(locked).GetCertificates(listed), orv::errors::kUnspecified);
+  }
+  // The lock gone, the same database reads again: nothing of the failure stayed in NSS.
+  EXPECT_EQ(StoreIn(locked).GetCertificates(listed), 0);
+
+  // root's database, read by a service that runs as another user.
+  RunInMountNamespace([&] {
+    ASSERT_EQ(::setresgid(4343, 4343, 4343), 0);
+    ASSERT_EQ(::setresuid(4242, 4242, 4242), 0);
+    std::vector<RawCert> unreadable;
+    EXPECT_EQ(StoreIn(locked).GetCertificates(unreadable), orv::errors::kUnspecified);
+  });
+}
+
+TEST_F(NssStorageTest, AddThenDelete_ThroughHelper_ArgumentKeepsWhatWasNew) {
+  const std::string directory = m_scratch.MakeFolder("home/.pki/nssdb");
+  CreateNssDatabase(directory);
+  RunInMountNamespace([&] {
+    MountProductTree();
+    const Nss3Storage store = StoreIn(directory);
+    std::vector<Certificate> certificates = {m_cert};
+    ASSERT_EQ(store.AddCertificatesToStore(certificates), 0);
+    EXPECT_EQ(Names(certificates), Names({m_cert}));
+    EXPECT_EQ(ListNssDatabase(directory), (Entries{{m_cert.name, "C,,"}}));
+    EXPECT_TRUE(NssTrustsServer(directory, m_server));
+
+    // What the store holds is dropped from the argument, the order of the rest kept.
+    const tti::test::TestCertificate third = tti::test::MakeRootCertificate("tti nss third");
+    const Certificate thirdCert{"Morvane_Shield_Personal_Root_Certificate_00000003", third.Der()};
+    certificates = {m_otherCert, m_cert, thirdCert};
+    ASSERT_EQ(store.AddCertificatesToStore(certificates), 0);
+    EXPECT_EQ(Names(certificates), Names({m_otherCert, thirdCert}));
+    EXPECT_EQ(ListNssDatabase(directory).size(), 3u);
+
+    ASSERT_EQ(store.DeleteCertificatesFromStore({m_cert, thirdCert}), 0);
+    EXPECT_EQ(ListNssDatabase(directory), (Entries{{m_otherCert.name, "C,,"}}));
+    EXPECT_FALSE(NssTrustsServer(directory, m_server));
+  });
+}
+
+TEST_F(NssStorageTest, PasswordDatabase_HelperRefuses_Unspecified) {
+  const std::string directory = m_scratch.MakeFolder("db");
+  CreateNssDatabase(directory, "secret");
+  RunInMountNamespace([&] {
+    MountProductTree();
+    std::vector<Certificate> certificates = {m_cert};
+    EXPECT_EQ(StoreIn(directory).AddCertificatesToStore(certificates), orv::errors::kUnspecified);
+    EXPECT_EQ(ListNssDatabase(directory), Entries{});
+  });
+}
+
+TEST_F(NssStorageTest, HelperStarts_OnlyForWhatIsNewOrUnknown) {
+  const std::string held = m_scratch.MakeFolder("held");
+  CreateNssDatabase(held);
+  tti::test::AddWithCertutil(held, m_root, "held", "C,,");
+  const std::string damaged = m_scratch.MakeFolder("damaged");
+  WriteTextFile(damaged + "/cert9.db", std::string(4096, 'x'));
+  const std::string locked = m_scratch.MakeFolder("locked");
+  CreateNssDatabase(locked);
+  tti::test::AddWithCertutil(locked, m_root, "held", "C,,");
+
+  RunInMountNamespace([&] {
+    MountProductTree();
+    ReplaceHelper(kRecorder);
+    // Held already: no start, and nothing left in the argument.
+    std::vector<Certificate> certificates = {m_cert};
+    EXPECT_EQ(StoreIn(held).AddCertificatesToStore(certificates), 0);
+    EXPECT_TRUE(certificates.empty());
+    EXPECT_TRUE(RecordedStarts().empty());
+
+    // Not readable: the whole list goes to the helper, in the contract's argument vector.
+    const std::vector<Certificate> both = {m_cert, m_otherCert};
+    const std::string store = damaged + "/cert9.db";
+    certificates = both;
+    EXPECT_EQ(StoreIn(damaged).AddCertificatesToStore(certificates), 0);
+    EXPECT_EQ(Names(certificates), Names(both));
+    const std::vector<std::string> expected = {
+        kCertManagerPath, "--nss3-add", "--nss3-path", store, "--certlist", MakeCertList(both)};
+    EXPECT_EQ(RecordedStarts(), std::vector<std::vector<std::string>>{expected});
+
+    std::filesystem::remove_all(kStarts);
+    {
+      const tti::test::DatabaseLock lock(locked + "/cert9.db");
+      certificates = {m_cert};
+      EXPECT_EQ(StoreIn(locked).AddCertificatesToStore(certificates), 0);
+    }
+    EXPECT_EQ(Names(certificates), Names({m_cert}));
+    EXPECT_EQ(RecordedStarts().size(), 1u);
+
+    // A delete never reads first: one start even for a store without the certificate.
+    std::filesystem::remove_all(kStarts);
+    EXPECT_EQ(StoreIn(held).DeleteCertificatesFromStore({m_otherCert}), 0);
+    const std::vector<std::string> deletion = {kCertManagerPath, "--nss3-delete",
+                                               "--nss3-path",    held + "/cert9.db",
+                                               "--certlist",     MakeCertList({m_otherCert})};
+    EXPECT_EQ(RecordedStarts(), std::vector<std::vector<std::string>>{deletion});
+  });
+}
+
+struct HelperEnd {
+  const char* name;
+  const char* script;  // empty: no helper at all
+  mode_t mode;
+  result_t expected;
+};
+
+void PrintTo(const HelperEnd& end, std::ostream* stream) { *stream << end.name; }
+
+class HelperEndTest : public NssStorageTest, public ::testing::WithParamInterface<HelperEnd> {};
+
+TEST_P(HelperEndTest, AddAndDelete_ResultFromHowTheHelperEnded) {
+  const std::string directory = m_scratch.MakeFolder("db");
+  CreateNssDatabase(directory);
+  RunInMountNamespace([&] {
+    MountProductTree();
+    ReplaceHelper(GetParam().script, GetParam().mode);
+    std::vector<Certificate> certificates = {m_cert};
+    EXPECT_EQ(StoreIn(directory).AddCertificatesToStore(certificates), GetParam().expected);
+    EXPECT_EQ(StoreIn(directory).DeleteCertificatesFromStore({m_cert}), GetParam().expected);
+  });
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    NssStorage, HelperEndTest,
+    ::testing::Values(HelperEnd{"ExitZero", "exit 0\n", 0755, orv::errors::kOk},
+                      HelperEnd{"ExitThree", "exit 3\n", 0755, orv::errors::kUnspecified},
+                      HelperEnd{"KilledBySignal", "kill -KILL $$\n", 0755,
+                                orv::errors::kUnspecified},
+                      HelperEnd{"NotExecutable", "exit 0\n", 0644, orv::errors::kUnspecified},
+                      HelperEnd{"Missing", "", 0755, orv::errors::kUnspecified}),
+    [](const ::testing::TestParamInfo<HelperEnd>& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace qel::tcp_traffic_interceptor::cert_stores

@@ -10,6 +10,7 @@
 
 #include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/conversions/openssl_types.h"
+#include "certificate_decoding.h"
 #include "invalid_certificate_handler.h"
 #include "orv/check.h"
 #include "orv/trace_stream.h"
@@ -53,17 +54,17 @@ uint64_t ExpirationTicks(const X509* certificate) {
   const int64_t days = time.tm_mday + (153 * (m + 12 * a - 3) + 2) / 5 + 365 * y + y / 4 - y / 100 +
                        y / 400 - 2472633;
   const int64_t seconds = ((days * 24 + time.tm_hour) * 60 + time.tm_min) * 60 + time.tm_sec;
-  return static_cast<uint64_t>(tools::FromUnixTime(seconds, 0));
+  return static_cast<uint64_t>(tools::FromUnixTime(seconds, 0) + tools::kTicksFrom1601ToUnixEpoch);
 }
 
 }  // namespace
 
-result_t InvalidCertificateHandler::GetCertificate(const qel::RawCert& raw,
-                                                   UntrustedCertificate& untrusted) const {
+result_t DecodeCertificate(const qel::RawCert& raw, UntrustedCertificate& untrusted,
+                           orv::ITracer* tracer) {
   const unsigned char* cursor = raw.data();
   const X509Ptr x509(d2i_X509(nullptr, &cursor, static_cast<long>(raw.size())));
   if (!x509) {
-    TraceFailedCondition(GetTracer(), __FILE__, __LINE__, "x509");
+    TraceFailedCondition(tracer, __FILE__, __LINE__, "x509");
     return orv::errors::kInvalidArgument;
   }
   untrusted.subject = CommonName(X509_get_subject_name(x509.get()));
@@ -72,8 +73,8 @@ result_t InvalidCertificateHandler::GetCertificate(const qel::RawCert& raw,
   return orv::errors::kOk;
 }
 
-result_t InvalidCertificateHandler::GetCertificate(ssl::IConnectionInfo* sslConnectionInfo,
-                                                   UntrustedCertificate& cert) const {
+result_t ReadConnectionCertificate(ssl::IConnectionInfo* sslConnectionInfo,
+                                   UntrustedCertificate& cert, orv::ITracer* tracer) {
   UntrustedCertificate untrusted;
   ORV_CHECK_RESULT(sslConnectionInfo->GetVerificationResult(untrusted.verificationResult));
 
@@ -82,12 +83,12 @@ result_t InvalidCertificateHandler::GetCertificate(ssl::IConnectionInfo* sslConn
   const Owned<ssl::ICertificate> certificate(serverSlot);
   qel::RawCert raw;
   if (const result_t result =
-          QEL_TRACE_AS(GetTracer(), certificate->GetRaw(raw), "certificate->GetRaw(raw)")
+          QEL_TRACE_AS(tracer, certificate->GetRaw(raw), "certificate->GetRaw(raw)")
           << "Cannot get raw certififcate";
       ORV_FAILED(result)) {
     return result;
   }
-  if (const result_t result = QEL_TRACE_AS(GetTracer(), GetCertificate(raw, untrusted),
+  if (const result_t result = QEL_TRACE_AS(tracer, DecodeCertificate(raw, untrusted, tracer),
                                            "GetCertificate(raw, untrusted)")
                               << "Cannot get cert from raw";
       ORV_FAILED(result)) {
@@ -104,7 +105,7 @@ result_t InvalidCertificateHandler::GetCertificate(ssl::IConnectionInfo* sslConn
     const Owned<ssl::ICertificate> next(nextSlot);
     qel::RawCert nextRaw;
     if (const result_t result =
-            QEL_TRACE_AS(GetTracer(), next->GetRaw(nextRaw), "certificate->GetRaw(raw)")
+            QEL_TRACE_AS(tracer, next->GetRaw(nextRaw), "certificate->GetRaw(raw)")
             << "Cannot get raw certififcate";
         ORV_FAILED(result)) {
       return result;
@@ -112,7 +113,7 @@ result_t InvalidCertificateHandler::GetCertificate(ssl::IConnectionInfo* sslConn
     std::vector<uint8_t> data;
     const cert_stores::RawCert der(nextRaw.begin(), nextRaw.end());
     if (const result_t result =
-            QEL_TRACE_AS(GetTracer(), cert_stores::RawToPem(der, data), "ConvertToPEM(raw, data)")
+            QEL_TRACE_AS(tracer, cert_stores::RawToPem(der, data), "ConvertToPEM(raw, data)")
             << "Cannot convert raw to PEM format";
         ORV_FAILED(result)) {
       return result;
@@ -122,6 +123,16 @@ result_t InvalidCertificateHandler::GetCertificate(ssl::IConnectionInfo* sslConn
   untrusted.pemChain = orv::types::string8_t(pemChain);
   cert = std::move(untrusted);
   return orv::errors::kOk;
+}
+
+result_t InvalidCertificateHandler::GetCertificate(const qel::RawCert& raw,
+                                                   UntrustedCertificate& untrusted) const {
+  return DecodeCertificate(raw, untrusted, GetTracer());
+}
+
+result_t InvalidCertificateHandler::GetCertificate(ssl::IConnectionInfo* sslConnectionInfo,
+                                                   UntrustedCertificate& cert) const {
+  return ReadConnectionCertificate(sslConnectionInfo, cert, GetTracer());
 }
 
 }  // namespace qel::tcp_traffic_interceptor

@@ -117,4 +117,9 @@ result_t InvalidCertificateHandler::CacheGet(const orv::types::string8_t& domain
   return m_cache.Get(domain.view(), cert);
 }
 
+size_t InvalidCertificateHandler::CachedDomains() const {
+  std::lock_guard<std::recursive_mutex> lock(m_cacheMutex);
+  return m_cache.Size();
+}
+
 }  // namespace qel::tcp_traffic_interceptor

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -90,6 +91,9 @@ class InvalidCertificateHandler : public IInvalidCertificateHandlerConstruct,
   // orv::CheckResultFailedException; a failed conversion is traced and returned.
   result_t GetCertificate(ssl::IConnectionInfo* sslConnectionInfo,
                           UntrustedCertificate& cert) const;
+
+  // How many domains the cache holds now, read under the cache lock.
+  size_t CachedDomains() const;
 
  protected:
   ~InvalidCertificateHandler() = default;

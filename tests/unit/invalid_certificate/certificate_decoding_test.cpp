@@ -1,0 +1,253 @@
+#include "certificate_decoding.h"
+
+#include <gtest/gtest.h>
+#include <openssl/asn1.h>
+#include <openssl/x509.h>
+
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "engine/connections.h"
+#include "host/capturing_tracer.h"
+#include "host/host_object.h"
+#include "orv/exception.h"
+#include "support/cert_factory.h"
+
+namespace {
+
+using qel::tcp_traffic_interceptor::DecodeCertificate;
+using qel::tcp_traffic_interceptor::ReadConnectionCertificate;
+using qel::tcp_traffic_interceptor::UntrustedCertificate;
+using tti::test::TestCertificate;
+
+constexpr result_t kInvalidArgument = static_cast<result_t>(0x80000046u);
+constexpr result_t kEngineFailure = static_cast<result_t>(0x80000042u);
+constexpr int64_t kTicksPerSecond = 10000000;
+constexpr int64_t kUnixEpochTicks = 116444736000000000;
+
+qel::RawCert ToRaw(const std::vector<uint8_t>& der) {
+  qel::RawCert raw;
+  for (const uint8_t byte : der) {
+    raw.push_back(byte);
+  }
+  return raw;
+}
+
+engine::Der ToDer(const TestCertificate& certificate) {
+  const auto der = certificate.Der();
+  return engine::Der(der.begin(), der.end());
+}
+
+// Re-signs after a change, so that the bytes stay a well-formed certificate.
+void Resign(const TestCertificate& certificate, const TestCertificate& signer) {
+  ASSERT_GT(X509_sign(certificate.x509.get(), signer.key.get(), EVP_sha256()), 0);
+}
+
+void SetNotAfter(const TestCertificate& certificate, const TestCertificate& signer,
+                 const char* generalizedTime) {
+  ASSERT_EQ(ASN1_TIME_set_string(X509_getm_notAfter(certificate.x509.get()), generalizedTime), 1);
+  Resign(certificate, signer);
+}
+
+class CertificateDecodingTest : public ::testing::Test {
+ protected:
+  CertificateDecodingTest()
+      : root(tti::test::MakeRootCertificate("Decoding Test Root")),
+        intermediate(tti::test::MakeServerCertificate(root, "Decoding Test Intermediate")),
+        server(tti::test::MakeServerCertificate(root, "bad.example")),
+        tracer(host::MakeObject<host::CapturingTracer>()) {}
+
+  engine::SslConnectionData Connection() const {
+    engine::SslConnectionData data;
+    data.domain = "bad.example";
+    data.verificationResult = 0x80020003;
+    data.serverCertificate = ToDer(server);
+    data.chain.certificates = {ToDer(server), ToDer(intermediate), ToDer(root)};
+    return data;
+  }
+
+  result_t Read(engine::SslConnectionData data, UntrustedCertificate& cert) {
+    auto connection = engine::Make<engine::SslConnection>(std::move(data));
+    return ReadConnectionCertificate(connection.get(), cert, tracer.get());
+  }
+
+  TestCertificate root;
+  TestCertificate intermediate;
+  TestCertificate server;
+  orv::intrusive_ptr<host::CapturingTracer> tracer;
+};
+
+TEST_F(CertificateDecodingTest, Decode_NamesAndExpiryOfARealCertificate) {
+  SetNotAfter(server, root, "20380119031408Z");
+  UntrustedCertificate cert;
+  ASSERT_EQ(DecodeCertificate(ToRaw(server.Der()), cert, tracer.get()), 0);
+  EXPECT_EQ(cert.subject.view(), "bad.example");
+  EXPECT_EQ(cert.issuer.view(), "Decoding Test Root");
+  EXPECT_EQ(cert.expirationDate,
+            static_cast<uint64_t>(kUnixEpochTicks + 2147483648LL * kTicksPerSecond));
+  EXPECT_TRUE(cert.pemChain.empty());
+}
+
+TEST_F(CertificateDecodingTest, Decode_ExpiryByCalendarAcrossTheWholeRange) {
+  struct Row {
+    const char* notAfter;
+    uint64_t ticks;
+  };
+  const Row rows[] = {
+      {"16001231235959Z", 0},  // before 1601: no date
+      {"16010101000000Z", 0},  // the first tick
+      {"16010102000001Z", 86401ULL * kTicksPerSecond},
+      {"19700101000000Z", static_cast<uint64_t>(kUnixEpochTicks)},
+      {"20000229120000Z", static_cast<uint64_t>(kUnixEpochTicks + 951825600LL * kTicksPerSecond)},
+      {"99991231235959Z",
+       static_cast<uint64_t>(kUnixEpochTicks + 253402300799LL * kTicksPerSecond)},
+  };
+  for (const Row& row : rows) {
+    SetNotAfter(server, root, row.notAfter);
+    UntrustedCertificate cert;
+    ASSERT_EQ(DecodeCertificate(ToRaw(server.Der()), cert, tracer.get()), 0) << row.notAfter;
+    EXPECT_EQ(cert.expirationDate, row.ticks) << row.notAfter;
+  }
+}
+
+TEST_F(CertificateDecodingTest, Decode_MissingCommonNamesStandInAndLongNamesAreCut) {
+  X509_NAME* subject = X509_get_subject_name(server.x509.get());
+  X509_NAME_delete_entry(subject, X509_NAME_get_index_by_NID(subject, NID_commonName, -1));
+  const std::string longName(300, 'n');
+  X509_NAME* issuer = X509_NAME_new();
+  // A plain UTF8String type skips OpenSSL's 64-character bound of common names.
+  X509_NAME_add_entry_by_txt(issuer, "CN", V_ASN1_UTF8STRING,
+                             reinterpret_cast<const unsigned char*>(longName.c_str()), -1, -1, 0);
+  X509_set_issuer_name(server.x509.get(), issuer);
+  X509_NAME_free(issuer);
+  Resign(server, root);
+
+  UntrustedCertificate cert;
+  ASSERT_EQ(DecodeCertificate(ToRaw(server.Der()), cert, tracer.get()), 0);
+  EXPECT_EQ(cert.subject.view(), "NotPartOfCertificate");
+  EXPECT_EQ(cert.issuer.view(), longName.substr(0, 255));
+}
+
+TEST_F(CertificateDecodingTest, Decode_BytesThatAreNoCertificateAreAnInvalidArgument) {
+  UntrustedCertificate cert;
+  cert.subject = orv::types::string8_t("before");
+  EXPECT_EQ(DecodeCertificate(ToRaw({0x30, 0x03, 0x02, 0x01, 0x01}), cert, tracer.get()),
+            kInvalidArgument);
+  EXPECT_EQ(DecodeCertificate(qel::RawCert(), cert, tracer.get()), kInvalidArgument);
+  EXPECT_EQ(cert.subject.view(), "before");
+  const auto errors = tracer->Texts(300);
+  ASSERT_EQ(errors.size(), 2u);
+  EXPECT_NE(errors[0].find("(x509),(x509) failed: result = false"), std::string::npos) << errors[0];
+}
+
+TEST_F(CertificateDecodingTest, Connection_ServerFieldsAndThePemOfTheWholeChain) {
+  UntrustedCertificate cert;
+  ASSERT_EQ(Read(Connection(), cert), 0);
+  EXPECT_EQ(cert.verificationResult, 0x80020003u);
+  EXPECT_EQ(cert.subject.view(), "bad.example");
+  EXPECT_EQ(cert.issuer.view(), "Decoding Test Root");
+  EXPECT_EQ(cert.pemChain.view(), server.Pem() + intermediate.Pem() + root.Pem());
+}
+
+TEST_F(CertificateDecodingTest, Connection_NamesFromTheServerCertificateNotFromTheChain) {
+  engine::SslConnectionData data = Connection();
+  data.chain.certificates = {ToDer(root)};
+  UntrustedCertificate cert;
+  ASSERT_EQ(Read(data, cert), 0);
+  EXPECT_EQ(cert.subject.view(), "bad.example");
+  EXPECT_EQ(cert.pemChain.view(), root.Pem());
+}
+
+TEST_F(CertificateDecodingTest, Connection_ChainEndsAtAnyAnswerButZero) {
+  struct Row {
+    const char* name;
+    size_t certificates;
+    result_t failure;
+    size_t failAt;
+    std::string pem;
+  };
+  const Row rows[] = {
+      {"empty", 0, 0, 0, ""},
+      {"fails at once", 3, kEngineFailure, 0, ""},
+      {"fails after the first", 3, kEngineFailure, 1, server.Pem()},
+      {"positive answer", 3, 2, 2, server.Pem() + intermediate.Pem()},
+  };
+  for (const Row& row : rows) {
+    engine::SslConnectionData data = Connection();
+    data.chain.certificates.resize(row.certificates);
+    data.chain.failure = row.failure;
+    data.chain.failAt = row.failAt;
+    UntrustedCertificate cert;
+    cert.pemChain = orv::types::string8_t("stale");
+    ASSERT_EQ(Read(data, cert), 0) << row.name;
+    EXPECT_EQ(cert.pemChain.view(), row.pem) << row.name;
+    EXPECT_EQ(cert.subject.view(), "bad.example") << row.name;
+  }
+  EXPECT_TRUE(tracer->Texts(300).empty());
+}
+
+TEST_F(CertificateDecodingTest, Connection_FailedConversionsAreTracedAndLeaveTheRecord) {
+  struct Row {
+    const char* name;
+    engine::SslConnectionData data;
+    result_t result;
+    const char* line;
+  };
+  engine::SslConnectionData serverRaw = Connection();
+  serverRaw.serverGetRawFailure = kEngineFailure;
+  engine::SslConnectionData chainRaw = Connection();
+  chainRaw.chain.getRawFailure = kEngineFailure;
+  engine::SslConnectionData notPem = Connection();
+  notPem.chain.certificates[1] = {0x01, 0x02};
+  engine::SslConnectionData badServer = Connection();
+  badServer.serverCertificate = {0x30, 0x00};
+  const Row rows[] = {
+      {"server GetRaw", serverRaw, kEngineFailure,
+       "(certificate->GetRaw(raw)),(ORV_SUCCEEDED(_result)) failed: result = 0x80000042 (Not "
+       "supported) Cannot get raw certififcate"},
+      {"chain GetRaw", chainRaw, kEngineFailure,
+       "(certificate->GetRaw(raw)),(ORV_SUCCEEDED(_result)) failed: result = 0x80000042 (Not "
+       "supported) Cannot get raw certififcate"},
+      {"chain PEM", notPem, static_cast<result_t>(0x8000004bu),
+       "(ConvertToPEM(raw, data)),(ORV_SUCCEEDED(_result)) failed: result = 0x8000004b "
+       "(Unspecified error) Cannot convert raw to PEM format"},
+      {"server DER", badServer, kInvalidArgument,
+       "(GetCertificate(raw, untrusted)),(ORV_SUCCEEDED(_result)) failed: result = 0x80000046 "
+       "(Invalid argument) Cannot get cert from raw"},
+  };
+  for (const Row& row : rows) {
+    tracer->Clear();
+    UntrustedCertificate cert;
+    cert.subject = orv::types::string8_t("untouched");
+    EXPECT_EQ(Read(row.data, cert), row.result) << row.name;
+    EXPECT_EQ(cert.subject.view(), "untouched") << row.name;
+    EXPECT_TRUE(cert.pemChain.empty()) << row.name;
+    const auto errors = tracer->Texts(300);
+    ASSERT_FALSE(errors.empty()) << row.name;
+    EXPECT_NE(errors.back().find(row.line), std::string::npos) << errors.back();
+  }
+}
+
+TEST_F(CertificateDecodingTest, Connection_FailedEngineCallsThrowExpressionFailed) {
+  const result_t failure = kEngineFailure;
+  engine::SslConnectionData verification = Connection();
+  verification.getVerificationResultFailure = failure;
+  engine::SslConnectionData serverCertificate = Connection();
+  serverCertificate.getServerCertificateFailure = failure;
+  engine::SslConnectionData chain = Connection();
+  chain.getCertificateChainFailure = failure;
+  for (const auto& data : {verification, serverCertificate, chain}) {
+    UntrustedCertificate cert;
+    try {
+      Read(data, cert);
+      ADD_FAILURE() << "no exception";
+    } catch (const orv::CheckResultFailedException& error) {
+      EXPECT_EQ(error.ExtractResult(), failure);
+      EXPECT_NE(std::string(error.what()).find("Expression failed"), std::string::npos);
+    }
+    EXPECT_TRUE(cert.subject.empty());
+  }
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+#include "domain_cache.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using qel::tcp_traffic_interceptor::DomainCache;
+using qel::tcp_traffic_interceptor::UntrustedCertificate;
+
+constexpr result_t kNotFound = static_cast<result_t>(0x8000004cu);
+
+UntrustedCertificate Cert(uint32_t tag) {
+  UntrustedCertificate cert;
+  cert.verificationResult = tag;
+  cert.subject = orv::types::string8_t(std::to_string(tag));
+  return cert;
+}
+
+std::string Domain(size_t index) { return "d" + std::to_string(index) + ".example"; }
+
+void Fill(DomainCache& cache, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    cache.Put(Domain(i), Cert(static_cast<uint32_t>(i)));
+  }
+}
+
+bool Has(DomainCache& cache, const std::string& domain) {
+  UntrustedCertificate out;
+  return cache.Get(domain, out) == 0;
+}
+
+TEST(DomainCacheTest, Capacity_FullCacheEvictsNothingAndTheNextDomainEvictsTheOldest) {
+  DomainCache cache;
+  Fill(cache, DomainCache::kCapacity);
+  EXPECT_EQ(cache.Size(), 1024u);
+  cache.Put(Domain(1024), Cert(1024));
+  EXPECT_EQ(cache.Size(), 1024u);
+  UntrustedCertificate out;
+  EXPECT_EQ(cache.Get(Domain(0), out), kNotFound);
+  EXPECT_TRUE(Has(cache, Domain(1)));
+  EXPECT_TRUE(Has(cache, Domain(1024)));
+}
+
+TEST(DomainCacheTest, Get_CountsAsAUseAndCopiesTheRecord) {
+  DomainCache cache;
+  Fill(cache, DomainCache::kCapacity);
+  UntrustedCertificate out;
+  ASSERT_EQ(cache.Get(Domain(0), out), 0);
+  EXPECT_EQ(out.verificationResult, 0u);
+  EXPECT_EQ(out.subject.view(), "0");
+  cache.Put(Domain(2000), Cert(2000));
+  EXPECT_TRUE(Has(cache, Domain(0)));
+  EXPECT_FALSE(Has(cache, Domain(1)));
+}
+
+TEST(DomainCacheTest, Put_KnownDomainAtCapacityReplacesMovesAndEvictsNothing) {
+  DomainCache cache;
+  Fill(cache, DomainCache::kCapacity);
+  cache.Put(Domain(0), Cert(77));
+  EXPECT_EQ(cache.Size(), 1024u);
+  cache.Put(Domain(5000), Cert(5000));
+  EXPECT_FALSE(Has(cache, Domain(1)));
+  UntrustedCertificate out;
+  ASSERT_EQ(cache.Get(Domain(0), out), 0);
+  EXPECT_EQ(out.verificationResult, 77u);
+}
+
+TEST(DomainCacheTest, Keys_AreBytesCaseSensitiveAndUnnormalised) {
+  DomainCache cache;
+  cache.Put("Example.org", Cert(1));
+  cache.Put("example.org", Cert(2));
+  cache.Put("example.org.", Cert(3));
+  cache.Put(std::string("exa\0mple", 8), Cert(4));
+  EXPECT_EQ(cache.Size(), 4u);
+  UntrustedCertificate out;
+  ASSERT_EQ(cache.Get("Example.org", out), 0);
+  EXPECT_EQ(out.verificationResult, 1u);
+  ASSERT_EQ(cache.Get(std::string("exa\0mple", 8), out), 0);
+  EXPECT_EQ(out.verificationResult, 4u);
+  EXPECT_EQ(cache.Get("exa", out), kNotFound);
+  EXPECT_EQ(out.verificationResult, 4u);  // a miss leaves the caller's record alone
+}
+
+}  // namespace

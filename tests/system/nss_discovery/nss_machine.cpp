@@ -19,6 +19,15 @@
 #include "support/clean_command.h"
 #include "support/namespace_sandbox.h"
 
+namespace qel::tcp_traffic_interceptor::cert_stores {
+
+std::ostream& operator<<(std::ostream& stream, const Nss3Storage& storage) {
+  return stream << "{" << testing::PrintToString(storage.path) << ", " << storage.uid << ", "
+                << storage.gid << "}";
+}
+
+}  // namespace qel::tcp_traffic_interceptor::cert_stores
+
 namespace nss_discovery_test {
 namespace {
 

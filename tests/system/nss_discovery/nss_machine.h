@@ -4,8 +4,16 @@
 
 #include <cstdint>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
+
+#include "cert_stores/nss/nss3_storage.h"
+
+namespace qel::tcp_traffic_interceptor::cert_stores {
+// Test output of a record, the path quoted with its odd bytes escaped.
+std::ostream& operator<<(std::ostream& stream, const Nss3Storage& storage);
+}  // namespace qel::tcp_traffic_interceptor::cert_stores
 
 namespace nss_discovery_test {
 

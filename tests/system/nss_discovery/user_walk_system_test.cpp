@@ -18,12 +18,6 @@
 #include "support/namespace_sandbox.h"
 
 namespace qel::tcp_traffic_interceptor::cert_stores {
-
-std::ostream& operator<<(std::ostream& stream, const Nss3Storage& storage) {
-  return stream << "{" << testing::PrintToString(storage.path) << ", " << storage.uid << ", "
-                << storage.gid << "}";
-}
-
 namespace {
 
 using namespace nss_discovery_test;
@@ -194,8 +188,12 @@ std::string MakeDeepTree(const std::string& top, int levels, const std::vector<i
   return path;
 }
 
+// Only the soft limit moves: raising the hard one would need CAP_SYS_RESOURCE.
 void SetDescriptorLimit(rlim_t limit) {
-  const rlimit value{limit, limit};
+  rlimit value{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &value), 0);
+  ASSERT_GE(value.rlim_max, limit) << "the descriptor hard limit is too low for this tree";
+  value.rlim_cur = limit;
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &value), 0);
 }
 

@@ -1,0 +1,88 @@
+#include "host/trusted_certificates_provider.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "cert_stores/conversions/cert_conversions.h"
+#include "host/malloc_allocator.h"
+#include "support/cert_factory.h"
+#include "watch_fixture.h"
+
+namespace host::test {
+namespace {
+
+namespace conversions = qel::tcp_traffic_interceptor::cert_stores;
+
+// The issuer text the module asks with, for a root: its own subject.
+orv::types::string8_t IssuerOf(const tti::test::TestCertificate& certificate) {
+  return orv::types::string8_t(conversions::GetIssuerText(certificate.x509.get()).c_str());
+}
+
+std::vector<unsigned char> Bytes(const qel::RawCert& raw) { return {raw.begin(), raw.end()}; }
+
+class TrustedCertificates : public ::testing::Test {
+ protected:
+  TemporaryDirectory temporary;
+  tti::test::TestCertificate first = tti::test::MakeRootCertificate("Trusted First");
+  tti::test::TestCertificate second = tti::test::MakeRootCertificate("Trusted Second");
+  tti::test::TestCertificate third = tti::test::MakeRootCertificate("Trusted Third");
+  tti::test::TestCertificate absent = tti::test::MakeRootCertificate("Not There");
+};
+
+// One file, a bundle of two, a link to the first file, garbage and a directory: each certificate
+// is served once under its subject, nothing for another subject, and the vector's own allocator
+// makes every buffer.
+TEST_F(TrustedCertificates, GetTrustedCertificates_ByIssuer) {
+  const std::string& directory = temporary.path();
+  WriteFile(directory + "/first.pem", first.Pem());
+  WriteFile(directory + "/bundle.pem", second.Pem() + "junk between\n" + third.Pem());
+  ASSERT_EQ(symlink("first.pem", (directory + "/link.pem").c_str()), 0);
+  WriteFile(directory + "/garbage.pem", "-----BEGIN CERTIFICATE-----\nnot base64\n");
+  WriteFile(directory + "/empty.pem", "");
+  MakeDirectories(directory + "/sub.pem");
+  auto provider = MakeObject<TrustedCertificatesProvider>(directory);
+  EXPECT_EQ(provider->size(), 3u);
+
+  auto allocator = MakeObject<MallocAllocator>();
+  {
+    orv::types::vector_t<qel::RawCert> found(allocator.get());
+    found.emplace_back();  // appended to, not replaced
+    ASSERT_EQ(provider->GetTrustedCertificates(IssuerOf(first), &found), 0);
+    ASSERT_EQ(found.size(), 2u);
+    EXPECT_EQ(Bytes(found[1]), first.Der());
+    EXPECT_EQ(found[1].get_allocator(), allocator.get());
+    ASSERT_EQ(provider->GetTrustedCertificates(IssuerOf(third), &found), 0);
+    ASSERT_EQ(found.size(), 3u);
+    EXPECT_EQ(Bytes(found[2]), third.Der());
+    ASSERT_EQ(provider->GetTrustedCertificates(IssuerOf(absent), &found), 0);
+    EXPECT_EQ(found.size(), 3u);
+    EXPECT_GT(allocator->allocations(), 0u);
+  }
+  EXPECT_EQ(allocator->outstanding(), 0);
+  EXPECT_EQ(provider->lookups(), 3u);
+}
+
+// No directory serves nothing and answers 0; a file added shows after Reload; the switch fails.
+TEST_F(TrustedCertificates, GetTrustedCertificates_MissingDirectoryReloadAndFailure) {
+  orv::types::vector_t<qel::RawCert> found;
+  EXPECT_EQ(
+      MakeObject<TrustedCertificatesProvider>()->GetTrustedCertificates(IssuerOf(first), &found),
+      0);
+  const std::string directory = temporary.path() + "/later";
+  auto provider = MakeObject<TrustedCertificatesProvider>(directory);
+  EXPECT_EQ(provider->GetTrustedCertificates(IssuerOf(first), &found), 0);
+  EXPECT_TRUE(found.empty());
+  MakeDirectories(directory);
+  WriteFile(directory + "/first.crt", first.Pem());
+  provider->Reload();
+  ASSERT_EQ(provider->GetTrustedCertificates(IssuerOf(first), &found), 0);
+  ASSERT_EQ(found.size(), 1u);
+  provider->FailWith(orv::errors::kUnspecified);
+  EXPECT_EQ(provider->GetTrustedCertificates(IssuerOf(first), &found), orv::errors::kUnspecified);
+  EXPECT_EQ(found.size(), 1u);
+}
+
+}  // namespace
+}  // namespace host::test

@@ -1,0 +1,98 @@
+#include "watch_fixture.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+namespace host::test {
+
+TemporaryDirectory::TemporaryDirectory() {
+  char pattern[] = "/tmp/tti_watch_XXXXXX";
+  if (mkdtemp(pattern) == nullptr) {
+    ADD_FAILURE() << "mkdtemp failed";
+  }
+  m_path = pattern;
+}
+
+TemporaryDirectory::~TemporaryDirectory() {
+  std::error_code error;
+  std::filesystem::remove_all(m_path, error);
+}
+
+void MakeDirectories(const std::string& path) {
+  std::error_code error;
+  std::filesystem::create_directories(path, error);
+  EXPECT_FALSE(error) << path << ": " << error.message();
+}
+
+void WriteFile(const std::string& path, const std::string& text) {
+  std::ofstream file(path, std::ios::binary);
+  file << text;
+  EXPECT_TRUE(file.good()) << path;
+}
+
+result_t RecordingReceiver::OnEvent(const qel::InotifyEvent& event) {
+  if (inside.fetch_add(1) != 0) {
+    overlapped = true;
+  }
+  {
+    std::lock_guard lock(m_mutex);
+    m_events.push_back(SeenEvent{std::string(event.name.view()), event.type});
+    m_threads.push_back(std::this_thread::get_id());
+  }
+  if (spin) {
+    for (int i = 0; i < 200; ++i) {
+      std::this_thread::yield();
+    }
+  }
+  if (onEvent) {
+    onEvent(event);
+  }
+  inside.fetch_sub(1);
+  return 0;
+}
+
+result_t RecordingReceiver::GetName(orv::types::string8_t& name) {
+  name = "RecordingReceiver";
+  return 0;
+}
+
+std::vector<SeenEvent> RecordingReceiver::events() const {
+  std::lock_guard lock(m_mutex);
+  return m_events;
+}
+
+size_t RecordingReceiver::count() const {
+  std::lock_guard lock(m_mutex);
+  return m_events.size();
+}
+
+bool RecordingReceiver::Saw(const std::string& name, uint32_t type) const {
+  std::lock_guard lock(m_mutex);
+  return std::find(m_events.begin(), m_events.end(), SeenEvent{name, type}) != m_events.end();
+}
+
+bool RecordingReceiver::WaitFor(const std::string& name, uint32_t type) const {
+  return Eventually([&] { return Saw(name, type); });
+}
+
+std::vector<std::thread::id> RecordingReceiver::threads() const {
+  std::lock_guard lock(m_mutex);
+  return m_threads;
+}
+
+bool Eventually(const std::function<bool()>& condition) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return true;
+}
+
+}  // namespace host::test

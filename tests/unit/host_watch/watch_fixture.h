@@ -1,0 +1,75 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <ostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/host_object.h"
+#include "host/inotify_events_provider.h"
+#include "qel/inotify_events.h"
+
+namespace host::test {
+
+// A temporary directory under /tmp, removed with everything in it.
+class TemporaryDirectory final {
+ public:
+  TemporaryDirectory();
+  ~TemporaryDirectory();
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+  const std::string& path() const { return m_path; }
+
+ private:
+  std::string m_path;
+};
+
+// File system steps the tests take; each fails the test on an error.
+void MakeDirectories(const std::string& path);
+void WriteFile(const std::string& path, const std::string& text = "x");
+
+struct SeenEvent {
+  std::string name;
+  uint32_t type;
+  bool operator==(const SeenEvent& other) const { return name == other.name && type == other.type; }
+};
+
+inline void PrintTo(const SeenEvent& event, std::ostream* out) {
+  *out << event.name << " " << event.type;
+}
+
+// A receiver that records its events, the threads that delivered them and whether two calls
+// ever overlapped; `onEvent` runs inside OnEvent after recording.
+class RecordingReceiver final : public HostObject<qel::IInotifyEventsReceiver> {
+ public:
+  RecordingReceiver() = default;
+
+  result_t OnEvent(const qel::InotifyEvent& event) override;
+  result_t GetName(orv::types::string8_t& name) override;
+
+  std::vector<SeenEvent> events() const;
+  size_t count() const;
+  bool Saw(const std::string& name, uint32_t type) const;
+  // Waits (polling, up to ten seconds) until the event was seen.
+  bool WaitFor(const std::string& name, uint32_t type) const;
+  std::vector<std::thread::id> threads() const;
+
+  std::function<void(const qel::InotifyEvent&)> onEvent;
+  std::atomic<int> inside{0};  // OnEvent calls running now
+  std::atomic<bool> overlapped{false};
+  std::atomic<bool> spin{false};  // stay in OnEvent a little, so that overlaps would show
+
+ private:
+  mutable std::mutex m_mutex;
+  std::vector<SeenEvent> m_events;
+  std::vector<std::thread::id> m_threads;
+};
+
+// Polls `condition` until it holds or ten seconds passed.
+bool Eventually(const std::function<bool()>& condition);
+
+}  // namespace host::test

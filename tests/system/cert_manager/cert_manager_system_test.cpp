@@ -109,8 +109,9 @@ TEST_F(CertManagerTest, AddThenDelete_TrustedForTlsServersRemovedByBytes) {
   ASSERT_EQ(Add(store, {m_cert}).exitCode, 0);
   EXPECT_EQ(ListNssDatabase(directory).size(), 2u);
 
-  // The name in the list plays no part in a removal; a certificate that is not there is no error.
-  const Certificate renamed{"some other name", m_cert.raw};
+  // The name plays no part in a removal (the certificate manager sends an empty one); a
+  // certificate that is not there is no error.
+  const Certificate renamed{"", m_cert.raw};
   const Certificate absent{"absent", tti::test::MakeRootCertificate("tti absent").Der()};
   const HelperRun deleted = Delete(store, {absent, renamed});
   EXPECT_EQ(deleted.exitCode, 0) << deleted.errors;
@@ -148,6 +149,21 @@ TEST_F(CertManagerTest, WrongArguments_ExitOneWithUsageAndNothingChanged) {
     EXPECT_NE(run.errors.find("cert-manager: "), std::string::npos) << run.errors;
   }
   EXPECT_EQ(FolderBytes(directory), before);
+}
+
+TEST_F(CertManagerTest, OneCertificateRefused_ExitThreeAndTheOthersDone) {
+  const std::string directory = m_scratch.MakeFolder("db");
+  CreateNssDatabase(directory);
+  // NSS keeps one subject per nickname: a different certificate under a taken name is refused.
+  const tti::test::TestCertificate holder = tti::test::MakeRootCertificate("tti name holder");
+  tti::test::AddWithCertutil(directory, holder, "taken", ",,");
+
+  const HelperRun run = Add(directory + "/cert9.db", {{"taken", m_cert.raw}, m_otherCert});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_NE(run.errors.find("cert-manager: cannot import taken: "), std::string::npos)
+      << run.errors;
+  EXPECT_EQ(ListNssDatabase(directory), (Entries{{"taken", ",,"}, {m_otherCert.name, "C,,"}}));
+  EXPECT_FALSE(NssTrustsServer(directory, m_server));
 }
 
 TEST_F(CertManagerTest, PasswordDatabase_RefusedWithMessageAndUnchanged) {

@@ -1,0 +1,135 @@
+#include <string>
+#include <vector>
+
+#include "abi/cert_manager/cert_manager_fixture.h"
+#include "orv/string.h"
+
+namespace cert_manager_test {
+namespace {
+
+using tti::test::RunInMountNamespace;
+using tti::test::StoreLayout;
+
+const std::vector<Account> kTwoUsers = {{"alice", 1000, "/home/alice"}, {"bob", 1001, "/home/bob"}};
+const std::vector<std::string> kRootNames = {".mozilla", ".pki", "snap", "Snap", ".snap"};
+
+std::vector<std::string> WatchDirectories(const std::vector<std::string>& homes) {
+  std::vector<std::string> directories;
+  for (const std::string& home : homes) {
+    for (const std::string& name : kRootNames) {
+      directories.push_back(home + "/" + name);
+    }
+  }
+  return directories;
+}
+
+TEST_F(CertManagerTest, FinalConstruct_SubscribesLoginsWatchDirectoriesAndStoresInOrder) {
+  RunInMountNamespace([&] {
+    BuildMachine(StoreLayout::kDebian, kTwoUsers);
+    const std::string aliceStore = MakeNssDatabase("/home/alice/.pki/nssdb");
+    orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
+    ASSERT_TRUE(manager);
+
+    const auto subscriptions = inotify->Subscriptions();
+    ASSERT_FALSE(subscriptions.empty());
+    EXPECT_EQ(subscriptions[0].path, "/var/run/utmp");
+    EXPECT_EQ(subscriptions[0].flags, 0x00000002u);
+    // Accounts in name order; directories that do not exist are subscribed all the same.
+    EXPECT_EQ(inotify->Paths(0x00000100), WatchDirectories({"/home/alice", "/home/bob", "/root"}));
+    EXPECT_EQ(inotify->Paths(0x00000782),
+              (std::vector<std::string>{aliceStore, "/usr/lib/ssl/cert.pem",
+                                        "/etc/ssl/certs/ca-certificates.crt"}));
+    EXPECT_EQ(subscriptions.size(), 1u + 15u + 3u);
+    EXPECT_EQ(LineCount(800, "found 1 nss3 storages"), 1u);
+    EXPECT_EQ(LineCount(800, "found 2 openssl storages"), 1u);
+    EXPECT_EQ(LineCount(800, "watch /home/bob/.snap"), 1u);
+    EXPECT_EQ(LineCount(800, "watch " + aliceStore), 1u);
+
+    // The receiver is the worker, not the object the host holds.
+    qel::IInotifyEventsReceiver* receiver = inotify->Receiver();
+    ASSERT_NE(receiver, nullptr);
+    void* first = nullptr;
+    void* asked = nullptr;
+    ASSERT_EQ(receiver->QueryInterface(0, &first), 0);
+    ASSERT_EQ(receiver->QueryInterface(qel::IInotifyEventsReceiver::kIid, &asked), 0);
+    EXPECT_EQ(first, asked);
+    void* notThere = nullptr;
+    EXPECT_EQ(receiver->QueryInterface(ICertificateManager::kIid, &notThere), 0x80000001);
+    receiver->Release();
+    receiver->Release();
+    orv::types::string8_t name("a name longer than the inline buffer");
+    EXPECT_EQ(receiver->GetName(name), 0);
+    EXPECT_EQ(std::string(name.view()), "CertificateManager");
+    EXPECT_EQ(name.size(), 18u);
+
+    manager.reset();
+    EXPECT_EQ(inotify->unsubscribes(), 1u);
+    EXPECT_EQ(inotify->Receiver(), nullptr);
+    EXPECT_EQ(
+        LineCount(800, "void qel::tcp_traffic_interceptor::CertificateManager::FinalRelease()"),
+        1u);
+    EXPECT_EQ(module().CanUnloadModule(), 0);
+  });
+}
+
+struct SubscribeFailure {
+  const char* path;
+  const char* expression;
+  size_t subscribedBefore;
+};
+
+TEST_F(CertManagerTest, FinalConstruct_SubscribeFails_CheckLineFailureAndAllUnsubscribed) {
+  const SubscribeFailure cases[] = {
+      {"/var/run/utmp", "(m_eventsProvider->Subscribe(this, UtmpPath, 0x00000002))", 0},
+      {"/home/bob/.mozilla", "(m_eventsProvider->Subscribe(this, path, 0x00000100))", 6},
+      {"/etc/ssl/certs/ca-certificates.crt",
+       "(m_eventsProvider->Subscribe(this, info.path, configFlags))", 17},
+  };
+  for (const SubscribeFailure& failure : cases) {
+    SCOPED_TRACE(failure.path);
+    tracer->Clear();
+    inotify = host::MakeObject<RecordingInotifyProvider>();
+    services.locator->Add<qel::IInotifyEventsProvider>(inotify.get());
+    inotify->FailPath(failure.path, 0x80000041);
+    RunInMountNamespace([&] {
+      BuildMachine(StoreLayout::kDebian, kTwoUsers);
+      orv::intrusive_ptr<ICertificateManager> manager;
+      EXPECT_EQ(TryCreate(manager), static_cast<result_t>(0x80000041));
+      EXPECT_FALSE(manager);
+      // Nothing after the failing step was asked for; FinalRelease ended what was subscribed.
+      EXPECT_EQ(inotify->Subscriptions().size(), failure.subscribedBefore);
+      EXPECT_EQ(inotify->unsubscribes(), 1u);
+      EXPECT_EQ(inotify->Receiver(), nullptr);
+      EXPECT_TRUE(tracer->Contains(std::string(failure.expression) +
+                                   ",(ORV_SUCCEEDED(_result)) failed: result = 0x80000041"));
+      EXPECT_TRUE(tracer->Contains(
+          "(m_impl->SubscribeToEvents()),(ORV_SUCCEEDED(_result)) failed: result = 0x80000041"));
+      EXPECT_EQ(module().CanUnloadModule(), 0);
+    });
+  }
+}
+
+TEST_F(CertManagerTest, Construct_ProviderMissing_FailsWithItsLiteral) {
+  const std::pair<uint32_t, const char*> cases[] = {
+      {qel::ITrustedCertificatesProvider::kIid,
+       "Cannot get ITrustedCertificatesProvider interface"},
+      {qel::IInotifyEventsProvider::kIid, "Cannot get IInotifyEventsProvider interface"},
+  };
+  for (const auto& [iid, literal] : cases) {
+    SCOPED_TRACE(literal);
+    SetUp();
+    services.locator->Remove(iid);
+    RunInMountNamespace([&] {
+      BuildMachine(StoreLayout::kFedora, kTwoUsers);
+      orv::intrusive_ptr<ICertificateManager> manager;
+      EXPECT_LT(TryCreate(manager), 0);
+      EXPECT_FALSE(manager);
+      EXPECT_TRUE(tracer->Contains(literal));
+      EXPECT_TRUE(inotify->Subscriptions().empty());
+      EXPECT_EQ(module().CanUnloadModule(), 0);
+    });
+  }
+}
+
+}  // namespace
+}  // namespace cert_manager_test

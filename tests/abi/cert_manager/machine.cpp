@@ -1,0 +1,139 @@
+#include "abi/cert_manager/machine.h"
+
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+
+#include <openssl/pem.h>
+#include <openssl/x509.h>
+
+#include "cert_stores/conversions/openssl_types.h"
+
+namespace cert_manager_test {
+namespace {
+
+namespace stores = qel::tcp_traffic_interceptor::cert_stores;
+
+void MakeDirectories(const std::string& path) {
+  for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
+    const std::string prefix = path.substr(0, slash);
+    if (::mkdir(prefix.c_str(), 0755) != 0 && errno != EEXIST) {
+      throw std::runtime_error("mkdir " + prefix + ": " + std::strerror(errno));
+    }
+    if (slash == std::string::npos) {
+      return;
+    }
+  }
+}
+
+// The real file is bound read-only over /etc/<name>: take the bind away and write our own.
+void ReplaceEtcFile(const std::string& name, const std::string& text) {
+  const std::string path = "/etc/" + name;
+  ::umount2(path.c_str(), MNT_DETACH);
+  ::unlink(path.c_str());
+  tti::test::WriteTextFile(path, text);
+}
+
+std::string Run(const std::string& command) {
+  std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
+  if (!pipe) {
+    throw std::runtime_error("popen " + command);
+  }
+  std::string output;
+  char buffer[4096];
+  size_t count = 0;
+  while ((count = std::fread(buffer, 1, sizeof(buffer), pipe.get())) > 0) {
+    output.append(buffer, count);
+  }
+  return output;
+}
+
+}  // namespace
+
+void WriteAccounts(const std::vector<Account>& accounts) {
+  std::string passwd = "root:x:0:0:root:/root:/bin/sh\n";
+  std::string group = "root:x:0:\n";
+  for (const Account& account : accounts) {
+    const std::string id = std::to_string(account.uid);
+    passwd += account.name + ":x:" + id + ":" + id + "::" + account.home + ":/bin/sh\n";
+    group += account.name + ":x:" + id + ":\n";
+    MakeDirectories(account.home);
+  }
+  ReplaceEtcFile("passwd", passwd);
+  ReplaceEtcFile("group", group);
+}
+
+void BuildMachine(tti::test::StoreLayout layout, const std::vector<Account>& accounts) {
+  tti::test::BuildStoreLayout(layout);
+  ReplaceEtcFile("nsswitch.conf", "passwd: files\ngroup: files\n");
+  ReplaceEtcFile("login.defs", "UID_MIN 1000\n");
+  tti::test::MountTmpfs("/home");
+  tti::test::MountTmpfs("/root");
+  tti::test::MountTmpfs("/var/run");
+  tti::test::WriteTextFile("/var/run/utmp", "");
+  tti::test::MountProductTree();
+  WriteAccounts(accounts);
+}
+
+std::string MakeNssDatabase(const std::string& directory) {
+  MakeDirectories(directory);
+  Run("certutil -N --empty-password -d 'sql:" + directory + "' 2>&1");
+  const std::string path = directory + "/cert9.db";
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) {
+    throw std::runtime_error("certutil made no " + path);
+  }
+  return path;
+}
+
+std::vector<std::vector<uint8_t>> NssCertificates(const std::string& directory) {
+  // "certutil -L" prints a header of three lines, then one nickname and its trust flags a line.
+  std::istringstream lines(Run("certutil -L -d 'sql:" + directory + "' 2>/dev/null"));
+  std::vector<std::vector<uint8_t>> certificates;
+  std::string line;
+  for (int header = 0; header < 3 && std::getline(lines, line); ++header) {
+  }
+  while (std::getline(lines, line)) {
+    const size_t end = line.find_last_not_of(' ');
+    if (end == std::string::npos) {
+      continue;
+    }
+    const size_t flags = line.find_last_of(' ', end);
+    const size_t nameEnd = line.find_last_not_of(' ', flags);
+    if (flags == std::string::npos || nameEnd == std::string::npos) {
+      continue;
+    }
+    const std::string nickname = line.substr(0, nameEnd + 1);
+    const std::string der =
+        Run("certutil -L -r -d 'sql:" + directory + "' -n '" + nickname + "' 2>/dev/null");
+    certificates.emplace_back(der.begin(), der.end());
+  }
+  return certificates;
+}
+
+std::vector<std::vector<uint8_t>> BundleCertificates(const std::string& path) {
+  const std::string text = tti::test::ReadTextFile(path);
+  stores::BioPtr bio(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+  std::vector<std::vector<uint8_t>> certificates;
+  while (stores::X509Ptr certificate{PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr)}) {
+    unsigned char* der = nullptr;
+    const int length = i2d_X509(certificate.get(), &der);
+    certificates.emplace_back(der, der + length);
+    OPENSSL_free(der);
+  }
+  return certificates;
+}
+
+size_t CountOf(const std::vector<std::vector<uint8_t>>& list, const std::vector<uint8_t>& der) {
+  return static_cast<size_t>(std::count(list.begin(), list.end(), der));
+}
+
+}  // namespace cert_manager_test

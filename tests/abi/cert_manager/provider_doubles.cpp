@@ -1,0 +1,116 @@
+#include "abi/cert_manager/provider_doubles.h"
+
+#include "orv/result.h"
+
+namespace cert_manager_test {
+
+result_t RecordingInotifyProvider::Subscribe(qel::IInotifyEventsReceiver* receiver,
+                                             orv::types::string8_t path, uint32_t flags) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  const std::string text(path.view());
+  if (const auto failure = m_failures.find(text); failure != m_failures.end()) {
+    return failure->second;
+  }
+  m_subscriptions.push_back({receiver, text, flags});
+  bool held = false;
+  for (const auto& known : m_receivers) {
+    held = held || known.get() == receiver;
+  }
+  if (!held) {
+    m_receivers.emplace_back(receiver);
+  }
+  return 0;
+}
+
+result_t RecordingInotifyProvider::Unsubscribe(qel::IInotifyEventsReceiver* receiver) {
+  orv::intrusive_ptr<qel::IInotifyEventsReceiver> released;
+  std::lock_guard<std::mutex> lock(m_mutex);
+  ++m_unsubscribes;
+  for (auto it = m_receivers.begin(); it != m_receivers.end(); ++it) {
+    if (it->get() == receiver) {
+      released = std::move(*it);
+      m_receivers.erase(it);
+      break;
+    }
+  }
+  return 0;
+}
+
+void RecordingInotifyProvider::FailPath(const std::string& path, result_t result) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_failures[path] = result;
+}
+
+result_t RecordingInotifyProvider::Deliver(const std::string& name, uint32_t type) {
+  std::lock_guard<std::mutex> delivery(m_deliveryMutex);
+  orv::intrusive_ptr<qel::IInotifyEventsReceiver> receiver;
+  {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_receivers.empty()) {
+      return orv::errors::kNotFound;
+    }
+    receiver = m_receivers.front();
+  }
+  qel::InotifyEvent event;
+  event.name = orv::types::string8_t(name.c_str(), name.size());
+  event.type = type;
+  return receiver->OnEvent(event);
+}
+
+std::vector<RecordingInotifyProvider::Subscription> RecordingInotifyProvider::Subscriptions()
+    const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  return m_subscriptions;
+}
+
+std::vector<std::string> RecordingInotifyProvider::Paths(uint32_t flags) const {
+  std::vector<std::string> paths;
+  for (const Subscription& subscription : Subscriptions()) {
+    if (subscription.flags == flags) {
+      paths.push_back(subscription.path);
+    }
+  }
+  return paths;
+}
+
+qel::IInotifyEventsReceiver* RecordingInotifyProvider::Receiver() const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  return m_receivers.empty() ? nullptr : m_receivers.front().get();
+}
+
+uint64_t RecordingInotifyProvider::unsubscribes() const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  return m_unsubscribes;
+}
+
+result_t TrustedCertificatesDouble::GetTrustedCertificates(
+    const orv::types::string8_t& issuer, orv::types::vector_t<qel::RawCert>* certificates) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  const std::string subject(issuer.view());
+  m_questions.push_back(subject);
+  const auto [first, last] = m_certificates.equal_range(subject);
+  for (auto it = first; it != last; ++it) {
+    qel::RawCert& copy = certificates->emplace_back();
+    for (const uint8_t byte : it->second) {
+      copy.push_back(byte);
+    }
+  }
+  return m_result;
+}
+
+void TrustedCertificatesDouble::Add(const std::string& subject, const std::vector<uint8_t>& der) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_certificates.emplace(subject, der);
+}
+
+void TrustedCertificatesDouble::Fail(result_t result) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_result = result;
+}
+
+std::vector<std::string> TrustedCertificatesDouble::Questions() const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  return m_questions;
+}
+
+}  // namespace cert_manager_test

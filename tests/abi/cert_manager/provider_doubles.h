@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "host/host_object.h"
+#include "orv/intrusive_ptr.h"
+#include "qel/inotify_events.h"
+#include "qel/trusted_certificates_provider.h"
+
+namespace cert_manager_test {
+
+// An inotify provider that watches nothing: it records every subscription, holds a reference on
+// each subscribed receiver as the real one does, and lets the test deliver events one at a time.
+class RecordingInotifyProvider final : public host::HostObject<qel::IInotifyEventsProvider> {
+ public:
+  struct Subscription {
+    qel::IInotifyEventsReceiver* receiver;
+    std::string path;
+    uint32_t flags;
+  };
+
+  RecordingInotifyProvider() = default;
+
+  // qel::IInotifyEventsProvider
+  result_t Subscribe(qel::IInotifyEventsReceiver* receiver, orv::types::string8_t path,
+                     uint32_t flags) override;
+  result_t Unsubscribe(qel::IInotifyEventsReceiver* receiver) override;
+
+  // Subscribe answers `result` (and records nothing) for this path.
+  void FailPath(const std::string& path, result_t result);
+  // OnEvent of the receiver that subscribed first; its result.
+  result_t Deliver(const std::string& name, uint32_t type);
+
+  std::vector<Subscription> Subscriptions() const;
+  // Subscribed paths with these flags, in order.
+  std::vector<std::string> Paths(uint32_t flags) const;
+  qel::IInotifyEventsReceiver* Receiver() const;
+  uint64_t unsubscribes() const;
+
+ private:
+  mutable std::mutex m_mutex;  // guards the members below, never held across OnEvent
+  std::vector<Subscription> m_subscriptions;
+  std::map<std::string, result_t> m_failures;
+  std::vector<orv::intrusive_ptr<qel::IInotifyEventsReceiver>> m_receivers;
+  uint64_t m_unsubscribes = 0;
+  std::mutex m_deliveryMutex;  // one event at a time, as the provider's contract says
+};
+
+// The host's trusted certificates: DER bytes by subject text; counts questions, can fail.
+class TrustedCertificatesDouble final : public host::HostObject<qel::ITrustedCertificatesProvider> {
+ public:
+  TrustedCertificatesDouble() = default;
+
+  // qel::ITrustedCertificatesProvider
+  result_t GetTrustedCertificates(const orv::types::string8_t& issuer,
+                                  orv::types::vector_t<qel::RawCert>* certificates) override;
+
+  void Add(const std::string& subject, const std::vector<uint8_t>& der);
+  // Appends what it has, then answers `result`.
+  void Fail(result_t result);
+  std::vector<std::string> Questions() const;
+
+ private:
+  mutable std::mutex m_mutex;  // guards everything below
+  std::multimap<std::string, std::vector<uint8_t>> m_certificates;
+  result_t m_result = 0;
+  std::vector<std::string> m_questions;
+};
+
+}  // namespace cert_manager_test

@@ -49,7 +49,7 @@ void WriteLogin(const std::string& user, int index) {
   utmp record{};
   record.ut_type = USER_PROCESS;
   record.ut_pid = 2000 + index;
-  std::snprintf(record.ut_id, sizeof(record.ut_id), "n%d", index % 100);
+  std::snprintf(record.ut_id, sizeof(record.ut_id), "n%u", static_cast<unsigned>(index) % 100u);
   std::snprintf(record.ut_line, sizeof(record.ut_line), "pts/%d", index);
   std::strncpy(record.ut_user, user.c_str(), sizeof(record.ut_user));
   if (pututline(&record) == nullptr) {

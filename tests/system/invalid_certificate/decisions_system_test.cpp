@@ -1,0 +1,228 @@
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "handler_fixture.h"
+#include "host/process_manager.h"
+#include "support/namespace_sandbox.h"
+
+namespace tti_test {
+namespace {
+
+using Verdict = ssl::InvalidCertificateVerdict;
+constexpr result_t kInvalidArgument = static_cast<result_t>(0x80000046u);
+constexpr result_t kEngineFailure = static_cast<result_t>(0x80000042u);
+
+std::vector<std::string> Types(const std::vector<nlohmann::ordered_json>& events) {
+  std::vector<std::string> types;
+  for (const auto& event : events) {
+    types.push_back(event["EventType"]);
+  }
+  return types;
+}
+
+// One row of the verdict table of the connection form of Resolve.
+struct VerdictRow {
+  const char* name;
+  uint32_t action;
+  uint32_t preset;
+  uint32_t verdict;
+  std::vector<std::string> events;
+};
+
+class ResolveTableTest : public HandlerTest, public ::testing::WithParamInterface<VerdictRow> {};
+
+TEST_P(ResolveTableTest, Resolve_VerdictAndEventsFollowActionOrTheCallersValue) {
+  const VerdictRow& row = GetParam();
+  auto handler = CreateHandler();
+  ASSERT_TRUE(handler);
+  SetAction(handler.get(), row.action);
+  auto ssl = engine::Make<engine::SslConnection>(Connection("bad.example"));
+  auto tcp = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
+  auto verdict = static_cast<Verdict>(row.preset);
+  ASSERT_EQ(handler->Resolve(tcp.get(), ssl.get(), verdict), 0);
+  EXPECT_EQ(static_cast<uint32_t>(verdict), row.verdict);
+  const auto events = Events();
+  EXPECT_EQ(Types(events), row.events);
+  for (const auto& event : events) {
+    EXPECT_EQ(event["Domain"], "bad.example");
+    EXPECT_EQ(event["Subject"], "bad.example");
+    EXPECT_EQ(event["Issuer"], "Handler Test Root");
+    EXPECT_EQ(event["CertificateStatus"], "UntrustedRoot");
+    EXPECT_EQ(event["AccessUser"], "root");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, ResolveTableTest,
+    ::testing::Values(
+        VerdictRow{
+            "Allow", 0, 7, 0, {"UntrustedCertificateDetected", "UntrustedCertificateAllowed"}},
+        VerdictRow{
+            "Block", 1, 0, 1, {"UntrustedCertificateDetected", "UntrustedCertificateBlocked"}},
+        VerdictRow{"OtherKeepsBlock",
+                   2,
+                   1,
+                   1,
+                   {"UntrustedCertificateDetected", "UntrustedCertificateBlocked"}},
+        VerdictRow{"OtherKeepsAllow",
+                   2,
+                   0,
+                   0,
+                   {"UntrustedCertificateDetected", "UntrustedCertificateAllowed"}},
+        VerdictRow{"OtherKeepsFive", 0xffffffff, 5, 5, {"UntrustedCertificateDetected"}}),
+    [](const ::testing::TestParamInfo<VerdictRow>& info) { return std::string(info.param.name); });
+
+TEST_F(HandlerTest, Resolve_FailuresAfterTheVerdictLeaveItAndPublishNothing) {
+  auto handler = CreateHandler();
+  SetAction(handler.get(), 1);
+  auto tcp = engine::Make<engine::TcpConnection>(1, kEngineFailure);
+  auto ssl = engine::Make<engine::SslConnection>(Connection("bad.example"));
+  Verdict verdict = Verdict::Allow;
+  EXPECT_EQ(handler->Resolve(tcp.get(), ssl.get(), verdict), kEngineFailure);
+  EXPECT_EQ(verdict, Verdict::Block);
+
+  engine::SslConnectionData broken = Connection("bad.example");
+  broken.serverCertificate = {0x30, 0x00};
+  auto brokenSsl = engine::Make<engine::SslConnection>(broken);
+  auto goodTcp = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
+  verdict = Verdict::Allow;
+  EXPECT_EQ(handler->Resolve(goodTcp.get(), brokenSsl.get(), verdict), kInvalidArgument);
+  EXPECT_EQ(verdict, Verdict::Block);
+  EXPECT_TRUE(Events().empty());
+  EXPECT_TRUE(tracer->Contains("Cannot get client info from connection"));
+  EXPECT_TRUE(tracer->Contains("Cannot get cert from ssl info"));
+}
+
+TEST_F(HandlerTest, Detected_PublishesOneEventAndNoVerdictEvenWhenItCannotFindTheClient) {
+  auto handler = CreateHandler();
+  auto notification = As<ssl::IInvalidCertificateNotification>(handler.get());
+  auto ssl = engine::Make<engine::SslConnection>(Connection("bad.example"));
+  auto tcp = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
+  ASSERT_EQ(notification->OnInvalidCertificateDetected(tcp.get(), ssl.get()), 0);
+  EXPECT_EQ(notification->OnInvalidCertificateResolved(tcp.get(), ssl.get()), 0);
+  EXPECT_EQ(Types(Events()), std::vector<std::string>{"UntrustedCertificateDetected"});
+  EXPECT_EQ(Events()[0]["DangerLevel"], "Critical");
+  EXPECT_EQ(ssl->chainRequests(), 1u);
+
+  auto lostClient = engine::Make<engine::TcpConnection>(1, kEngineFailure);
+  EXPECT_EQ(notification->OnInvalidCertificateDetected(lostClient.get(), ssl.get()),
+            kEngineFailure);
+  EXPECT_EQ(Events().size(), 1u);
+  EXPECT_TRUE(tracer->Contains("save invalid cert chain for domain bad.example"));
+}
+
+TEST_F(HandlerTest, SecureDesktop_AlwaysAllowsWhateverTheSettings) {
+  auto handler = CreateHandler();
+  SetAction(handler.get(), 1);
+  auto desktop = As<ssl::IInvalidCertificateSecureDesktopRequest>(handler.get());
+  ssl::InvalidCertificateSecureDesktopRequest request;
+  request.clientPid = static_cast<uint32_t>(::getpid());
+  request.domain = orv::types::string8_t("desk.example");
+  request.verificationResult = 0x80040001;
+  for (const uint8_t byte : server.Der()) {
+    request.certificate.push_back(byte);
+  }
+  Verdict verdict = Verdict::Block;
+  ASSERT_EQ(desktop->Resolve(request, verdict), 0);
+  EXPECT_EQ(verdict, Verdict::Allow);
+  const auto events = Events();
+  ASSERT_EQ(Types(events), std::vector<std::string>{"UntrustedCertificateAllowed"});
+  EXPECT_EQ(events[0]["Domain"], "desk.example");
+  EXPECT_EQ(events[0]["CertificateStatus"], "InvalidExpirationDate");
+
+  request.certificate = {};
+  request.certificate.push_back(0x42);
+  verdict = Verdict::Block;
+  EXPECT_EQ(desktop->Resolve(request, verdict), kInvalidArgument);
+  EXPECT_EQ(verdict, Verdict::Allow);
+  EXPECT_EQ(Events().size(), 1u);
+  EXPECT_TRUE(tracer->Contains("(GetCertificate(request.certificate, cert)),"));
+}
+
+TEST_F(HandlerTest, Process_OffExcludesNothingAndAsksNobody) {
+  auto handler = CreateHandler();
+  SetAction(handler.get(), 0, false);
+  auto request = As<auto_excludes::IAutoExcludeRequest>(handler.get());
+  auto_excludes::AutoExcludeRequest exclude;
+  exclude.uniquePid = 1;
+  exclude.domain = orv::types::string16_t(u"skip.example");
+  const uint64_t lookups = services.processes->found() + services.processes->missed();
+  auto verdict = auto_excludes::AutoExcludeVerdict::Excluded;
+  ASSERT_EQ(request->Process(exclude, verdict), 0);
+  EXPECT_EQ(verdict, auto_excludes::AutoExcludeVerdict::NotExcluded);
+  EXPECT_TRUE(Events().empty());
+  EXPECT_EQ(services.tasks->requests(), 0u);
+  EXPECT_EQ(services.processes->found() + services.processes->missed(), lookups);
+}
+
+TEST_F(HandlerTest, Process_OnExcludesAndPublishesTheDomainWithoutAnUnknownUser) {
+  auto handler = CreateHandler();
+  auto request = As<auto_excludes::IAutoExcludeRequest>(handler.get());
+  auto_excludes::AutoExcludeRequest exclude;
+  exclude.uniquePid = 0x7fffffffffffULL;  // no process the host has seen
+  exclude.domain = orv::types::string16_t(u"b\u00fccher.example");
+  auto verdict = auto_excludes::AutoExcludeVerdict::NotExcluded;
+  ASSERT_EQ(request->Process(exclude, verdict), 0);
+  EXPECT_EQ(verdict, auto_excludes::AutoExcludeVerdict::Excluded);
+  const auto events = Events();
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0]["EventType"], "DomainAutoExcluded");
+  EXPECT_EQ(events[0]["DangerLevel"], "Warning");
+  EXPECT_EQ(events[0]["Domain"], "b\u00fccher.example");
+  EXPECT_EQ(Keys(events[0]),
+            (std::vector<std::string>{"EventType", "EventId", "Initiator", "Date", "DangerLevel",
+                                      "Domain", "TaskName", "TaskType", "TaskId"}));
+  EXPECT_TRUE(tracer->Contains("AutoExcludeVerdict&): b\u00fccher.example"));
+}
+
+TEST_F(HandlerTest, Settings_FreshHandlerAllowsAndMayExclude) {
+  auto handler = CreateHandler();
+  auto settings =
+      As<qel::tcp_traffic_interceptor::IInvalidCertificateHandlerSettings>(handler.get());
+  qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings read;
+  read.action = qel::UntrustedCertificateAction::Block;
+  read.addToAutoExcludes = false;
+  ASSERT_EQ(settings->GetSettings(&read), 0);
+  EXPECT_EQ(read, qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings());
+
+  auto construct =
+      As<qel::tcp_traffic_interceptor::IInvalidCertificateHandlerConstruct>(handler.get());
+  qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings odd;
+  odd.action = static_cast<qel::UntrustedCertificateAction::Type>(9);
+  odd.addToAutoExcludes = false;
+  ASSERT_EQ(construct->Construct(&odd), 0);
+  ASSERT_EQ(settings->GetSettings(&read), 0);
+  EXPECT_EQ(read, odd);  // stored as given, not validated
+}
+
+TEST_F(HandlerTest, Create_WithoutTemplateOrTaskManagerFails) {
+  // A second tmpfs over /opt hides the template for this test only; the product tree comes back
+  // on top of it afterwards.
+  tti::test::MountTmpfs("/opt");
+  orv::intrusive_ptr<ssl::IInvalidCertificateResolver> handler;
+  const result_t noTemplate =
+      Factory(kHandlerClass)
+          ->CreateInstance(services.locator.get(), ssl::IInvalidCertificateResolver::kIid,
+                           reinterpret_cast<void**>(handler.Ref()));
+  EXPECT_LT(noTemplate, 0);
+  EXPECT_FALSE(handler);
+  EXPECT_TRUE(
+      tracer->Contains("Cannot read html template "
+                       "/opt/morvane/tolm/shared/loc/neutral/templates/invalid_certificate.html"));
+  EXPECT_TRUE(tracer->Contains("(LoadHtmlTemplate()),"));
+  ::umount("/opt");
+
+  services.locator->Remove(qel::IQelTaskManager::kIid);
+  const result_t noTasks =
+      Factory(kHandlerClass)
+          ->CreateInstance(services.locator.get(), ssl::IInvalidCertificateResolver::kIid,
+                           reinterpret_cast<void**>(handler.Ref()));
+  EXPECT_EQ(noTasks, static_cast<result_t>(0x8000004cu));
+  EXPECT_TRUE(tracer->Contains("Cannot get IQelTaskManager interface"));
+}
+
+}  // namespace
+}  // namespace tti_test

@@ -1,0 +1,121 @@
+#include "handler_fixture.h"
+
+#include <unistd.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "host/event_publisher.h"
+#include "host/host_object.h"
+#include "support/namespace_sandbox.h"
+
+namespace tti_test {
+namespace {
+
+constexpr const char* kTemplateDirectory = "/opt/morvane/tolm/shared/loc/neutral/templates";
+constexpr const char* kTemplate =
+    "/opt/morvane/tolm/shared/loc/neutral/templates/invalid_certificate.html";
+
+engine::Der ToDer(const tti::test::TestCertificate& certificate) {
+  const auto der = certificate.Der();
+  return engine::Der(der.begin(), der.end());
+}
+
+}  // namespace
+
+void MountHandlerTemplate() {
+  static bool mounted = false;
+  if (mounted) {
+    return;
+  }
+  tti::test::EnterPrivateMountNamespace();
+  const char* binaryDir = std::getenv("TTI_BINARY_DIR");
+  const bool staged =
+      binaryDir != nullptr &&
+      std::filesystem::exists(
+          std::string(binaryDir) +
+          "/opt/morvane/tolm/shared/loc/neutral/templates/invalid_certificate.html");
+  if (staged) {
+    tti::test::MountProductTree();
+  } else {
+    tti::test::MountTmpfs("/opt");
+    std::filesystem::create_directories(kTemplateDirectory);
+    tti::test::WriteTextFile(kTemplate, "<p>%TargetUrl% %CertificateSubject%</p>\n");
+  }
+  mounted = true;
+}
+
+void HandlerTest::SetUpTestSuite() {
+  // As module-host does: the host's event text narrows UTF-16 fields in the C locale.
+  std::setlocale(LC_ALL, "C.UTF-8");
+  MountHandlerTemplate();
+  ModuleTest::SetUpTestSuite();
+}
+
+void HandlerTest::SetUp() {
+  ModuleTest::SetUp();
+  char directory[] = "/tmp/handler-events-XXXXXX";
+  ASSERT_NE(::mkdtemp(directory), nullptr);
+  eventsPath = std::string(directory) + "/events.jsonl";
+  services.events = host::MakeObject<host::EventPublisher>(eventsPath);
+  services.locator->Add<qel::INonRemoteEventPublisher>(services.events.get());
+  ConfigureTasks(qel::TaskState::Started, qel::TaskState::Started);
+}
+
+orv::intrusive_ptr<ssl::IInvalidCertificateResolver> HandlerTest::CreateHandler() {
+  return Create<ssl::IInvalidCertificateResolver>(kHandlerClass);
+}
+
+void HandlerTest::SetAction(orv::IObject* handler, uint32_t action, bool addToAutoExcludes) {
+  qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings settings;
+  settings.action = static_cast<qel::UntrustedCertificateAction::Type>(action);
+  settings.addToAutoExcludes = addToAutoExcludes;
+  auto settingsInterface =
+      As<qel::tcp_traffic_interceptor::IInvalidCertificateHandlerSettings>(handler);
+  ASSERT_EQ(settingsInterface->SetSettings(&settings), 0);
+}
+
+engine::SslConnectionData HandlerTest::Connection(const std::string& domain) const {
+  engine::SslConnectionData data;
+  data.domain = domain;
+  data.verificationResult = 0x80120003;  // facility bits set: still an untrusted root
+  data.serverCertificate = ToDer(server);
+  data.chain.certificates = {ToDer(server), ToDer(intermediate), ToDer(root)};
+  return data;
+}
+
+std::vector<nlohmann::ordered_json> HandlerTest::Events() const {
+  std::vector<nlohmann::ordered_json> events;
+  std::ifstream stream(eventsPath);
+  for (std::string line; std::getline(stream, line);) {
+    events.push_back(nlohmann::ordered_json::parse(line));
+  }
+  return events;
+}
+
+std::vector<std::string> HandlerTest::Keys(const nlohmann::ordered_json& event) {
+  std::vector<std::string> keys;
+  for (const auto& item : event.items()) {
+    keys.push_back(item.key());
+  }
+  return keys;
+}
+
+void HandlerTest::ConfigureTasks(qel::TaskState::Type threat, qel::TaskState::Type control) {
+  qel::TaskInfo threatTask;
+  threatTask.id = 41;
+  threatTask.name = orv::types::string16_t(u"Web Threat Protection");
+  threatTask.type = orv::types::string16_t(u"Web_Threat_Protection");
+  threatTask.state = threat;
+  qel::TaskInfo controlTask;
+  controlTask.id = 42;
+  controlTask.name = orv::types::string16_t(u"Web Control");
+  controlTask.type = orv::types::string16_t(u"Web_Control");
+  controlTask.state = control;
+  services.tasks->Configure({threatTask, controlTask});
+}
+
+}  // namespace tti_test

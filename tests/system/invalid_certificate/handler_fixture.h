@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "component/traffic_processing/protocollers/ssl/auto_excludes/auto_exclude_request.h"
+#include "component/traffic_processing/protocollers/ssl/invalid_certificate.h"
+#include "engine/connections.h"
+#include "qel/tcp_traffic_interceptor/invalid_certificate_handler.h"
+#include "support/cert_factory.h"
+#include "support/module_fixture.h"
+
+namespace tti_test {
+
+namespace ssl = ::traffic_processing::protocollers::ssl;
+namespace auto_excludes = ::traffic_processing::protocollers::ssl::auto_excludes;
+
+constexpr uint32_t kHandlerClass = 0xb10fd857;
+
+// Puts the page template at its fixed path for this whole test process: the build's staged
+// product tree when it holds the template, else a tmpfs /opt with a small one. The process enters
+// its own mount namespace first (before any thread exists); nothing reaches the real /opt.
+void MountHandlerTemplate();
+
+// The real module's handler with the host's services: events go to a file through the host's
+// EventPublisher and are read back as JSON objects in the order of their fields.
+class HandlerTest : public ModuleTest {
+ protected:
+  static void SetUpTestSuite();
+  void SetUp() override;
+
+  // A fresh handler through the module's factory (all seven interfaces answer one object).
+  orv::intrusive_ptr<ssl::IInvalidCertificateResolver> CreateHandler();
+  template <class I>
+  orv::intrusive_ptr<I> As(orv::IObject* object) {
+    orv::intrusive_ptr<I> found;
+    EXPECT_EQ(object->QueryInterface(I::kIid, reinterpret_cast<void**>(found.Ref())), 0);
+    return found;
+  }
+  void SetAction(orv::IObject* handler, uint32_t action, bool addToAutoExcludes = true);
+
+  // A connection to `domain` whose certificates are real: server, intermediate, root.
+  engine::SslConnectionData Connection(const std::string& domain) const;
+  // The events written so far, each one JSON object with its keys in the written order.
+  std::vector<nlohmann::ordered_json> Events() const;
+  static std::vector<std::string> Keys(const nlohmann::ordered_json& event);
+  // The running web threat protection task (id 41) and a web control task (id 42) in `control`.
+  void ConfigureTasks(qel::TaskState::Type threat, qel::TaskState::Type control);
+
+  tti::test::TestCertificate root = tti::test::MakeRootCertificate("Handler Test Root");
+  tti::test::TestCertificate intermediate =
+      tti::test::MakeServerCertificate(root, "Handler Test Intermediate");
+  tti::test::TestCertificate server = tti::test::MakeServerCertificate(root, "bad.example");
+  std::string eventsPath;
+};
+
+}  // namespace tti_test

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <exception>
 #include <string>
 
 #include "cert_stores/conversions/cert_conversions.h"

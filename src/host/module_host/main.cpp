@@ -14,6 +14,8 @@
 #include "info_command.h"
 #include "info_output.h"
 #include "interception_commands.h"
+#include "product_tree.h"
+#include "resolve_command.h"
 
 namespace {
 
@@ -38,6 +40,10 @@ int main(int argc, char** argv) {
   app.add_option("--trace-level", traceLevel,
                  "Highest trace level written to standard error (300, 500, 800)")
       ->capture_default_str();
+  std::string productTree;
+  app.add_option("--product-tree", productTree,
+                 "Bind DIR at /opt/morvane/tolm in a private mount namespace (root); default: the "
+                 "build's staged tree when /opt/morvane/tolm does not exist");
   app.require_subcommand(1);
 
   CLI::App* info = app.add_subcommand(
@@ -81,6 +87,29 @@ int main(int argc, char** argv) {
   interception->add_option("file", interceptionFile, "JSON of qel::settings::NetSettings")
       ->required();
 
+  CLI::App* resolve = app.add_subcommand(
+      "resolve", "InvalidCertificateHandler: the verdict and the events for a bad certificate");
+  module_host::ResolveRequest resolveRequest;
+  std::string resolveVerification;
+  std::string resolveAction = "allow";
+  std::string resolveAutoExcludes = "on";
+  resolve->add_option("--domain", resolveRequest.domain, "The server name")->required();
+  resolve->add_option("--chain", resolveRequest.chainFile, "PEM file, server certificate first")
+      ->required();
+  resolve
+      ->add_option("--verification", resolveVerification,
+                   "The engine's verification result: a number or its name")
+      ->required();
+  resolve->add_option("--action", resolveAction, "allow, block or a number")->capture_default_str();
+  resolve->add_option("--auto-excludes", resolveAutoExcludes, "on or off")
+      ->check(CLI::IsMember({"on", "off"}))
+      ->capture_default_str();
+  resolve
+      ->add_option("--operation", resolveRequest.operations,
+                   "detect, resolve, desktop or auto-exclude, in order (default: resolve)")
+      ->check(CLI::IsMember({"detect", "resolve", "desktop", "auto-exclude"}));
+  resolve->add_option("--pid", resolveRequest.pid, "The client process (default: module-host)");
+
   CLI11_PARSE(app, argc, argv);
 
   const auto needFile = [](const std::string& action, const std::string& file) {
@@ -93,6 +122,9 @@ int main(int argc, char** argv) {
   };
 
   try {
+    if (const std::string tree = module_host::ChooseProductTree(productTree); !tree.empty()) {
+      module_host::EnterProductTree(tree);
+    }
     auto tracer = host::MakeObject<host::StderrTracer>(traceLevel);
     if (info->parsed()) {
       const module_host::InfoReport report = module_host::RunInfo(modulePath, tracer.get());
@@ -117,6 +149,17 @@ int main(int argc, char** argv) {
       print(module_host::RunTrusted(modulePath, tracer.get(), trustedAction, trustedFile));
     } else if (interception->parsed()) {
       print(module_host::RunInterception(modulePath, tracer.get(), interceptionFile));
+    } else if (resolve->parsed()) {
+      resolveRequest.verification = module_host::ParseVerification(resolveVerification);
+      resolveRequest.action = resolveAction == "allow"   ? 0
+                              : resolveAction == "block" ? 1
+                                                         : std::stoul(resolveAction, nullptr, 0);
+      resolveRequest.autoExcludes = resolveAutoExcludes == "on";
+      if (resolveRequest.operations.empty()) {
+        resolveRequest.operations = {"resolve"};
+      }
+      std::cout << module_host::RunResolve(modulePath, tracer.get(), resolveRequest).dump(2)
+                << '\n';
     }
   } catch (const std::exception& error) {
     std::cerr << "module-host: " << error.what() << '\n';

@@ -26,20 +26,18 @@ constexpr int kWrongArguments = 1;
 constexpr int kDatabaseUnusable = 2;
 constexpr int kSomeFailed = 3;
 
-// The directory of the database: what NSS opens, and whose owner does the work.
-std::string DatabaseDirectory(const std::string& storePath) {
-  const size_t slash = storePath.rfind('/');
-  if (slash == std::string::npos) {
-    return ".";
-  }
-  return storePath.substr(0, slash == 0 ? 1 : slash);
+// The directory of the database, whose owner does the work; no "/" means the working directory.
+std::string OwnedDirectory(const std::string& storePath) {
+  const std::string directory =
+      qel::tcp_traffic_interceptor::cert_stores::DatabaseDirectory(storePath);
+  return directory.empty() ? "." : directory;
 }
 
 int Run(const HelperArguments& arguments, const std::vector<Certificate>& certificates) {
   // Before NSS opens anything: files NSS creates or rewrites then belong to the user whose
   // browser reads them, and a link the user planted leads nowhere root could write.
   qel::cert_manager::BecomeOwner(
-      qel::cert_manager::FindDatabaseOwner(DatabaseDirectory(arguments.storePath)));
+      qel::cert_manager::FindDatabaseOwner(OwnedDirectory(arguments.storePath)));
   std::optional<NssContext> context;
   try {
     context.emplace(arguments.storePath, false);

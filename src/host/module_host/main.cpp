@@ -1,6 +1,7 @@
 #include <clocale>
 #include <cstdint>
 #include <exception>
+#include <fstream>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -8,6 +9,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "alert_page_command.h"
 #include "host/host_object.h"
 #include "host/module_loader.h"
 #include "host/stderr_tracer.h"
@@ -110,6 +112,28 @@ int main(int argc, char** argv) {
       ->check(CLI::IsMember({"detect", "resolve", "desktop", "auto-exclude"}));
   resolve->add_option("--pid", resolveRequest.pid, "The client process (default: module-host)");
 
+  CLI::App* alertPage = app.add_subcommand(
+      "alert-page",
+      "InvalidCertificateHandler: the page served in place of a bad certificate's site");
+  module_host::AlertPageRequest pageRequest;
+  std::string pageVerification;
+  std::string pageAction = "allow";
+  std::string pageOutput;
+  alertPage->add_option("--domain", pageRequest.domain, "The server name")->required();
+  alertPage->add_option("--chain", pageRequest.chainFile, "PEM file, server certificate first")
+      ->required();
+  alertPage
+      ->add_option("--verification", pageVerification,
+                   "The engine's verification result: a number or its name")
+      ->required();
+  alertPage->add_option("--action", pageAction, "allow, block or a number")->capture_default_str();
+  alertPage->add_option("--continue-url", pageRequest.continueUrl,
+                        "The engine's address that lets the user go on (empty: none)");
+  alertPage->add_option("--show-certificate-url", pageRequest.showCertificateUrl,
+                        "The engine's address that shows the certificate");
+  alertPage->add_option("--output", pageOutput,
+                        "Write the page to FILE instead of standard output");
+
   CLI11_PARSE(app, argc, argv);
 
   const auto needFile = [](const std::string& action, const std::string& file) {
@@ -160,6 +184,17 @@ int main(int argc, char** argv) {
       }
       std::cout << module_host::RunResolve(modulePath, tracer.get(), resolveRequest).dump(2)
                 << '\n';
+    } else if (alertPage->parsed()) {
+      pageRequest.verification = module_host::ParseVerification(pageVerification);
+      pageRequest.action = pageAction == "allow"   ? 0
+                           : pageAction == "block" ? 1
+                                                   : std::stoul(pageAction, nullptr, 0);
+      const std::string page = module_host::RunAlertPage(modulePath, tracer.get(), pageRequest);
+      if (pageOutput.empty()) {
+        std::cout << page;
+      } else if (!(std::ofstream(pageOutput, std::ios::binary | std::ios::trunc) << page)) {
+        throw std::runtime_error("cannot write " + pageOutput);
+      }
     }
   } catch (const std::exception& error) {
     std::cerr << "module-host: " << error.what() << '\n';

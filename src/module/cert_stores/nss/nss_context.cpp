@@ -4,14 +4,17 @@
 
 namespace qel::tcp_traffic_interceptor::cert_stores {
 
-std::string NssDatabaseName(const std::string& storePath) {
+std::string DatabaseDirectory(const std::string& storePath) {
   const size_t slash = storePath.rfind('/');
-  std::string directory;
-  if (slash != std::string::npos) {
-    directory = storePath.substr(0, slash == 0 ? 1 : slash);
+  if (slash == std::string::npos) {
+    return {};
   }
+  return storePath.substr(0, slash == 0 ? 1 : slash);
+}
+
+std::string NssDatabaseName(const std::string& storePath) {
   // "sql:" picks the SQLite form (cert9.db, key4.db) whatever NSS_DEFAULT_DB_TYPE says.
-  return "sql:" + directory;
+  return "sql:" + DatabaseDirectory(storePath);
 }
 
 NssContext::NssContext(const std::string& storePath, bool readOnly) {

@@ -6,9 +6,11 @@
 
 namespace qel::tcp_traffic_interceptor::cert_stores {
 
-// The NSS name of the database of a store path: "sql:" and the text up to the last "/" (that "/"
-// kept only when it is the first character). "/etc/pki/nssdb/" gives "sql:/etc/pki/nssdb", the
-// path of a "cert9.db" the directory that holds it, a path without "/" just "sql:".
+// The directory of a store path: the text up to the last "/", that "/" kept only when it is the
+// first character. "/etc/pki/nssdb/" gives "/etc/pki/nssdb", the path of a "cert9.db" the
+// directory that holds it, a path without "/" an empty text.
+std::string DatabaseDirectory(const std::string& storePath);
+// "sql:" and the directory: the name under which NSS opens the database of a store path.
 std::string NssDatabaseName(const std::string& storePath);
 
 // A scoped NSS context on one database: NSS_InitContext in the constructor, NSS_ShutdownContext

@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "alert_page_command.h"
+#include "cert_manager_commands.h"
 #include "host/host_object.h"
 #include "host/module_loader.h"
 #include "host/stderr_tracer.h"
@@ -134,6 +135,26 @@ int main(int argc, char** argv) {
   alertPage->add_option("--output", pageOutput,
                         "Write the page to FILE instead of standard output");
 
+  CLI::App* certInstall = app.add_subcommand(
+      "install", "CertificateManager: install CERT into every store, then what each store holds");
+  CLI::App* certUninstall = app.add_subcommand(
+      "uninstall", "CertificateManager: remove CERT from every store, then what each store holds");
+  CLI::App* findParent = app.add_subcommand(
+      "find-parent", "CertificateManager: the trusted candidates for the issuer of CERT");
+  CLI::App* watch = app.add_subcommand(
+      "watch", "CertificateManager: react to new stores and users until SIGINT or SIGTERM");
+  std::string certificateFile;
+  std::string trustedDirectory;
+  unsigned watchSeconds = 0;
+  for (CLI::App* command : {certInstall, certUninstall, findParent}) {
+    command->add_option("cert", certificateFile, "PEM or DER file")->required();
+  }
+  for (CLI::App* command : {certInstall, certUninstall, findParent, watch}) {
+    command->add_option("--trusted-dir", trustedDirectory,
+                        "PEM files the host's trusted certificates provider serves");
+  }
+  watch->add_option("--seconds", watchSeconds, "Stop after N seconds (0: only on a signal)");
+
   CLI11_PARSE(app, argc, argv);
 
   const auto needFile = [](const std::string& action, const std::string& file) {
@@ -195,6 +216,15 @@ int main(int argc, char** argv) {
       } else if (!(std::ofstream(pageOutput, std::ios::binary | std::ios::trunc) << page)) {
         throw std::runtime_error("cannot write " + pageOutput);
       }
+    } else if (certInstall->parsed() || certUninstall->parsed()) {
+      print(module_host::RunCertificateChange(modulePath, tracer.get(),
+                                              certInstall->parsed() ? "install" : "uninstall",
+                                              certificateFile, trustedDirectory));
+    } else if (findParent->parsed()) {
+      print(
+          module_host::RunFindParent(modulePath, tracer.get(), certificateFile, trustedDirectory));
+    } else if (watch->parsed()) {
+      print(module_host::RunWatch(modulePath, tracer.get(), watchSeconds, trustedDirectory));
     }
   } catch (const std::exception& error) {
     std::cerr << "module-host: " << error.what() << '\n';

@@ -1,0 +1,169 @@
+#include "cert_manager_commands.h"
+
+#include <signal.h>
+#include <time.h>
+
+#include <cerrno>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
+
+#include <openssl/x509.h>
+
+#include "cert_stores/conversions/cert_conversions.h"
+#include "cert_stores/conversions/openssl_types.h"
+#include "crypto/trusted_certificate_provider.h"
+#include "host/host_services.h"
+#include "host/module_loader.h"
+#include "info_report.h"
+#include "orv/intrusive_ptr.h"
+#include "qel/tcp_traffic_interceptor/certificate_manager.h"
+#include "qel/tcp_traffic_interceptor/class_ids.h"
+#include "qel/tools/files.h"
+#include "store_report.h"
+
+namespace module_host {
+namespace {
+
+namespace tti = qel::tcp_traffic_interceptor;
+namespace stores = tti::cert_stores;
+using nlohmann::json;
+
+std::string ResultText(result_t result) { return Hex(static_cast<uint32_t>(result)); }
+
+// The DER bytes of a PEM or DER file.
+std::vector<uint8_t> ReadCertificate(const std::string& path) {
+  std::vector<uint8_t> content;
+  if (ORV_FAILED(qel::tools::ReadFile(path, content))) {
+    throw std::runtime_error("cannot read " + path);
+  }
+  const std::string_view text(reinterpret_cast<const char*>(content.data()), content.size());
+  if (text.find("-----BEGIN") == std::string_view::npos) {
+    return content;
+  }
+  stores::RawCert der;
+  if (ORV_FAILED(stores::PemToRaw(text, der))) {
+    throw std::runtime_error(path + " holds no PEM certificate");
+  }
+  return der;
+}
+
+std::string Subject(const std::vector<uint8_t>& der) {
+  const unsigned char* cursor = der.data();
+  const stores::X509Ptr parsed(d2i_X509(nullptr, &cursor, static_cast<long>(der.size())));
+  if (!parsed) {
+    return "(not a certificate)";
+  }
+  char buffer[1024] = {};
+  X509_NAME_oneline(X509_get_subject_name(parsed.get()), buffer, sizeof(buffer));
+  return buffer;
+}
+
+qel::RawCert ToRaw(const std::vector<uint8_t>& der) {
+  qel::RawCert raw;
+  raw.reserve(der.size());
+  for (const uint8_t byte : der) {
+    raw.push_back(byte);
+  }
+  return raw;
+}
+
+// The module in fresh host services and one CertificateManager, released before the unload.
+class Session {
+ public:
+  Session(const std::string& modulePath, orv::ITracer* tracer, const std::string& trustedDirectory)
+      : m_module(modulePath), m_services(host::HostServices::Create(tracer, trustedDirectory)) {
+    orv::intrusive_ptr<orv::IObjectFactory> factory;
+    Check(m_module.GetObjectFactory(m_services.locator.get(), tti::CLSID_CertificateManager,
+                                    factory.Ref()),
+          "orvGetObjectFactory");
+    Check(factory->CreateInstance(m_services.locator.get(), tti::ICertificateManager::kIid,
+                                  reinterpret_cast<void**>(m_manager.Ref())),
+          "CreateInstance");
+  }
+  ~Session() {
+    m_manager.reset();
+    m_module.Unload();
+  }
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  tti::ICertificateManager& manager() { return *m_manager; }
+
+ private:
+  static void Check(result_t result, const char* call) {
+    if (ORV_FAILED(result)) {
+      throw std::runtime_error(std::string(call) + " failed: " + ResultText(result));
+    }
+  }
+
+  host::LoadedModule m_module;
+  host::HostServices m_services;
+  orv::intrusive_ptr<tti::ICertificateManager> m_manager;
+};
+
+}  // namespace
+
+json RunCertificateChange(const std::string& modulePath, orv::ITracer* tracer,
+                          const std::string& action, const std::string& certificateFile,
+                          const std::string& trustedDirectory) {
+  const std::vector<uint8_t> der = ReadCertificate(certificateFile);
+  result_t result = 0;
+  {
+    Session session(modulePath, tracer, trustedDirectory);
+    result = action == "install" ? session.manager().Install(ToRaw(der))
+                                 : session.manager().Uninstall(ToRaw(der));
+  }
+  return {{"command", action},
+          {"certificate", Subject(der)},
+          {"result", ResultText(result)},
+          {"stores", ReportStores(der)}};
+}
+
+json RunFindParent(const std::string& modulePath, orv::ITracer* tracer,
+                   const std::string& certificateFile, const std::string& trustedDirectory) {
+  const std::vector<uint8_t> der = ReadCertificate(certificateFile);
+  Session session(modulePath, tracer, trustedDirectory);
+  orv::intrusive_ptr<crypto::ITrustedCertificateProvider> provider;
+  if (ORV_FAILED(session.manager().QueryInterface(crypto::ITrustedCertificateProvider::kIid,
+                                                  reinterpret_cast<void**>(provider.Ref())))) {
+    throw std::runtime_error("no ITrustedCertificateProvider");
+  }
+  orv::types::vector_t<orv::types::vector_t<unsigned char>> parents;
+  const const_blob_range_t blob{der.data(), der.data() + der.size()};
+  const result_t result = provider->FindParentCertificates(nullptr, blob, parents);
+  json subjects = json::array();
+  for (const auto& parent : parents) {
+    subjects.push_back(Subject(std::vector<uint8_t>(parent.begin(), parent.end())));
+  }
+  return {{"certificate", Subject(der)}, {"result", ResultText(result)}, {"parents", subjects}};
+}
+
+json RunWatch(const std::string& modulePath, orv::ITracer* tracer, unsigned seconds,
+              const std::string& trustedDirectory) {
+  // Blocked before the provider's thread exists, so that only sigtimedwait sees them.
+  sigset_t stop;
+  sigemptyset(&stop);
+  sigaddset(&stop, SIGINT);
+  sigaddset(&stop, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &stop, nullptr);
+  std::string stoppedBy = "time";
+  {
+    Session session(modulePath, tracer, trustedDirectory);
+    timespec limit{static_cast<time_t>(seconds), 0};
+    for (;;) {
+      const int signal = sigtimedwait(&stop, nullptr, seconds == 0 ? nullptr : &limit);
+      if (signal > 0) {
+        stoppedBy = signal == SIGINT ? "SIGINT" : "SIGTERM";
+        break;
+      }
+      if (errno != EINTR) {
+        break;
+      }
+    }
+  }
+  pthread_sigmask(SIG_UNBLOCK, &stop, nullptr);
+  return {{"command", "watch"}, {"stopped by", stoppedBy}};
+}
+
+}  // namespace module_host

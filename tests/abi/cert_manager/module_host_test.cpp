@@ -1,0 +1,90 @@
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "abi/cert_manager/cert_manager_fixture.h"
+
+namespace cert_manager_test {
+namespace {
+
+using nlohmann::json;
+using tti::test::RunInMountNamespace;
+using tti::test::StoreLayout;
+
+// `module-host arguments` in this namespace: its standard output as JSON.
+json RunModuleHost(const std::string& arguments) {
+  const std::string command = "'" + std::string(std::getenv("TTI_BINARY_DIR")) +
+                              "/bin/module-host' " + arguments + " 2>/dev/null";
+  std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
+  std::string output;
+  char buffer[4096];
+  size_t count = 0;
+  while (pipe && (count = std::fread(buffer, 1, sizeof(buffer), pipe.get())) > 0) {
+    output.append(buffer, count);
+  }
+  return json::parse(output, nullptr, false);
+}
+
+std::vector<json> Rows(const json& report, const std::string& kind) {
+  std::vector<json> rows;
+  for (const json& row : report.at("stores")) {
+    if (row.at("kind") == kind) {
+      rows.push_back(row);
+    }
+  }
+  return rows;
+}
+
+// The commands' store table is read back from the stores: after install every place holds the
+// certificate, after uninstall none does; find-parent finds the installed root for its leaf.
+TEST_F(CertManagerTest, ModuleHost_InstallFindParentUninstall_TableFollowsTheStores) {
+  RunInMountNamespace([&] {
+    BuildMachine(StoreLayout::kDebian, {{"alice", 1000, "/home/alice"}});
+    const std::string database = MakeNssDatabase("/home/alice/.pki/nssdb");
+    const tti::test::TestCertificate root = tti::test::MakeRootCertificate("Host Root");
+    const tti::test::TestCertificate leaf = tti::test::MakeServerCertificate(root, "leaf");
+    tti::test::WriteTextFile("/root/root.pem", root.Pem());
+    tti::test::WriteTextFile("/root/leaf.pem", leaf.Pem());
+
+    const json installed = RunModuleHost("install /root/root.pem");
+    ASSERT_TRUE(installed.is_object());
+    EXPECT_EQ(installed.at("result"), "0x00000000");
+    const std::vector<json> anchors = Rows(installed, "anchor");
+    ASSERT_EQ(anchors.size(), 1u);
+    EXPECT_EQ(anchors[0].at("holds"), true);
+    ASSERT_EQ(Rows(installed, "link").size(), 1u);
+    EXPECT_EQ(Rows(installed, "link")[0].at("target"), anchors[0].at("path"));
+    ASSERT_EQ(Rows(installed, "hash link").size(), 1u);
+    const std::vector<json> bundles = Rows(installed, "bundle");
+    ASSERT_EQ(bundles.size(), 2u);
+    for (const json& bundle : bundles) {
+      EXPECT_EQ(bundle.at("holds"), true) << bundle.dump();
+    }
+    const std::vector<json> databases = Rows(installed, "nss");
+    ASSERT_EQ(databases.size(), 1u);
+    EXPECT_EQ(databases[0].at("path"), database);
+    EXPECT_EQ(databases[0].at("holds"),
+              CountOf(NssCertificates("/home/alice/.pki/nssdb"), root.Der()) == 1);
+
+    const json found = RunModuleHost("find-parent /root/leaf.pem");
+    EXPECT_EQ(found.at("result"), "0x00000000");
+    EXPECT_EQ(found.at("parents"), json::array({"/O=tti tests/CN=Host Root"}));
+
+    const json removed = RunModuleHost("uninstall /root/root.pem");
+    EXPECT_EQ(removed.at("result"), "0x00000000");
+    EXPECT_TRUE(Rows(removed, "anchor").empty());
+    EXPECT_TRUE(Rows(removed, "link").empty());
+    for (const json& bundle : Rows(removed, "bundle")) {
+      EXPECT_EQ(bundle.at("holds"), false) << bundle.dump();
+    }
+    EXPECT_EQ(RunModuleHost("find-parent /root/leaf.pem").at("result"), "0x00000001");
+    EXPECT_EQ(RunModuleHost("watch --seconds 1").at("stopped by"), "time");
+  });
+}
+
+}  // namespace
+}  // namespace cert_manager_test

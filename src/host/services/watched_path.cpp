@@ -19,6 +19,11 @@ constexpr uint32_t kAnchorMask = IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_M
 constexpr uint32_t kDirectoryMask = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE;
 // The subscribed path itself also learns that it was deleted or moved away.
 constexpr uint32_t kSelfMask = IN_DELETE_SELF | IN_MOVE_SELF;
+// What happens to the subscribed path's contents and attributes is taken from its parent's watch,
+// which is there before the path is made: its own watch, placed once its creation was read, would
+// miss what came in between.
+constexpr uint32_t kChildBits =
+    IN_MODIFY | IN_ATTRIB | IN_OPEN | IN_CLOSE_WRITE | IN_CLOSE_NOWRITE | IN_ACCESS;
 // A few tries when a directory vanishes between looking and watching.
 constexpr int kResolveAttempts = 8;
 
@@ -105,7 +110,9 @@ bool WatchedPath::Resolve(WatchRegistry& registry, bool report, const std::set<s
     return true;
   }
   const bool directory = S_ISDIR(status.st_mode);
-  const uint32_t mask = m_flags | kSelfMask | (directory ? kDirectoryMask | IN_ONLYDIR : 0);
+  // "/" has no parent: its own watch reports everything.
+  const uint32_t ownBits = count == 0 ? m_flags : m_flags & ~kChildBits;
+  const uint32_t mask = kSelfMask | (directory ? m_flags | kDirectoryMask | IN_ONLYDIR : ownBits);
   const int wd = registry.Acquire(m_path, mask, WatchUser{m_id, false, ""});
   if (wd < 0) {
     DropBelow(registry, "");
@@ -133,8 +140,9 @@ int WatchedPath::PlaceAnchor(WatchRegistry& registry, size_t depth) {
   }
   ReleaseAnchor(registry);
   // Ancestors are looked up through links ("/var/run" is one on most machines).
-  const int wd =
-      registry.Acquire(m_bases[depth], kAnchorMask | IN_ONLYDIR, WatchUser{m_id, true, ""});
+  const bool parent = depth + 1 == m_components.size();
+  const uint32_t mask = kAnchorMask | IN_ONLYDIR | (parent ? m_flags & kChildBits : 0);
+  const int wd = registry.Acquire(m_bases[depth], mask, WatchUser{m_id, true, ""});
   if (wd < 0) {
     return -wd;
   }
@@ -218,12 +226,16 @@ void WatchedPath::Handle(WatchRegistry& registry, const WatchUser& user, const K
         ReleaseAnchor(registry);
         Lost(!Resolve(registry, true, nullptr, notices));
       }
-    } else if (event.name == m_components[m_anchorDepth] &&
-               (event.mask & (IN_CREATE | IN_MOVED_TO)) != 0) {
-      if (m_anchorDepth + 1 == count) {
-        Report("", event.mask, notices);  // the subscribed path itself was made or moved here
+    } else if (event.name == m_components[m_anchorDepth]) {
+      const bool parent = m_anchorDepth + 1 == count;
+      if ((event.mask & (IN_CREATE | IN_MOVED_TO)) != 0) {
+        if (parent) {
+          Report("", event.mask, notices);  // the subscribed path itself was made or moved here
+        }
+        Lost(!Resolve(registry, true, nullptr, notices));
+      } else if (parent) {
+        Report("", event.mask & kChildBits, notices);
       }
-      Lost(!Resolve(registry, true, nullptr, notices));
     }
     return;
   }
@@ -234,7 +246,7 @@ void WatchedPath::Handle(WatchRegistry& registry, const WatchUser& user, const K
   if (event.name.empty()) {
     // A directory below the path also reports its own events; its parent reported them by name.
     if (user.relative.empty()) {
-      Report("", event.mask, notices);
+      Report("", count == 0 ? event.mask : event.mask & ~kChildBits, notices);
       if ((event.mask & IN_MOVE_SELF) != 0) {
         Lost(!Resolve(registry, true, nullptr, notices));
       }

@@ -81,6 +81,8 @@ TEST_F(CertManagerTest, ModuleHost_InstallFindParentUninstall_TableFollowsTheSto
     for (const json& bundle : Rows(removed, "bundle")) {
       EXPECT_EQ(bundle.at("holds"), false) << bundle.dump();
     }
+    ASSERT_EQ(Rows(removed, "nss").size(), 1u);
+    EXPECT_EQ(Rows(removed, "nss")[0].at("holds"), false);
     EXPECT_EQ(RunModuleHost("find-parent /root/leaf.pem").at("result"), "0x00000001");
     EXPECT_EQ(RunModuleHost("watch --seconds 1").at("stopped by"), "time");
   });

@@ -1,3 +1,5 @@
+#include <openssl/x509.h>
+
 #include <string>
 #include <vector>
 
@@ -69,6 +71,55 @@ TEST_F(CertManagerTest, FinalConstruct_SubscribesLoginsWatchDirectoriesAndStores
         LineCount(800, "void qel::tcp_traffic_interceptor::CertificateManager::FinalRelease()"),
         1u);
     EXPECT_EQ(module().CanUnloadModule(), 0);
+  });
+}
+
+// The whole detail and warning lines of a small machine's life: construction, one install, one
+// removal, the release.
+TEST_F(CertManagerTest, Lines_SmallMachine_Golden) {
+  RunInMountNamespace([&] {
+    BuildMachine(StoreLayout::kFedora, {{"alice", 1000, "/home/alice"}});
+    const tti::test::TestCertificate root = tti::test::MakeRootCertificate("Golden Root");
+    const std::string bundle = "/etc/pki/tls/certs/ca-bundle.crt";
+    tti::test::WriteTextFile(bundle, root.Pem());
+    const std::string hash = std::to_string(X509_subject_name_hash(root.x509.get()));
+    const std::string names =
+        "subject: /O=tti tests/CN=Golden Root, issuer: /O=tti tests/CN=Golden "
+        "Root with hash " +
+        hash;
+    {
+      orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
+      ASSERT_TRUE(manager);
+      EXPECT_EQ(manager->Install(ToRaw(root.Der())), 0);
+      EXPECT_EQ(manager->Uninstall(ToRaw(root.Der())), 0);
+    }
+    std::vector<std::string> expected = {
+        "result_t qel::tcp_traffic_interceptor::CertificateManager::FinalConstruct()",
+        "try to find all nss3 storages",
+        "found 0 nss3 storages",
+        "try to find all openssl storages",
+        "found 1 openssl storages",
+        "result_t qel::tcp_traffic_interceptor::CertificateManagerImpl::LoadCertificates()",
+        "Loaded 1 from '" + bundle + "' openssl storage",
+        "certificate list size: 1",
+        "add " + names,
+        "cache size 1"};
+    for (const std::string& directory : WatchDirectories({"/home/alice", "/root"})) {
+      expected.push_back("watch " + directory);
+    }
+    expected.push_back("watch " + bundle);
+    expected.push_back(
+        "virtual result_t qel::tcp_traffic_interceptor::CertificateManager::Install(const "
+        "RawCert&)");
+    expected.push_back(
+        "virtual result_t qel::tcp_traffic_interceptor::CertificateManager::Uninstall(const "
+        "RawCert&)");
+    expected.push_back("void qel::tcp_traffic_interceptor::CertificateManager::FinalRelease()");
+    EXPECT_EQ(tracer->Texts(800), expected);
+    // The bundle held the root already: the install wrote the anchor file only, and the removal
+    // took both away; nothing failed.
+    EXPECT_TRUE(tracer->Texts(500).empty());
+    EXPECT_TRUE(tracer->Texts(300).empty());
   });
 }
 

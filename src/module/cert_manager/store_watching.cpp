@@ -47,9 +47,14 @@ result_t CertificateManagerImpl::SubscribeToEvents() {
       return result;
     }
   }
+  // Events may already arrive (the login records are watched), and a new database is appended to
+  // the list under the lock: read it under the lock too.
   std::vector<cert_stores::NativePath> stores;
-  for (const cert_stores::Nss3Storage& info : m_nss3Storages) {
-    stores.push_back(info.path);
+  {
+    std::lock_guard<RecursiveMutex> lock(m_mutex);
+    for (const cert_stores::Nss3Storage& info : m_nss3Storages) {
+      stores.push_back(info.path);
+    }
   }
   stores.insert(stores.end(), m_opensslStorages.begin(), m_opensslStorages.end());
   for (const cert_stores::NativePath& store : stores) {

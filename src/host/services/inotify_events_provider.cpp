@@ -89,7 +89,12 @@ void InotifyEventsProvider::OnEvents(const std::vector<KernelEvent>& events) {
   {
     std::lock_guard lock(m_mutex);
     for (const KernelEvent& event : events) {
-      Translate(event, notices);
+      try {
+        Translate(event, notices);
+      } catch (const std::exception&) {
+        // Out of memory while following the tree: the event is lost, the thread goes on.
+        ++m_lostWatches;
+      }
     }
   }
   for (const WatchNotice& notice : notices) {

@@ -45,8 +45,8 @@ class InotifyEventsProvider final : public HostObject<qel::IInotifyEventsProvide
   result_t Unsubscribe(qel::IInotifyEventsReceiver* receiver) override;
 
   // For tests: subscriptions held, kernel watches placed, events delivered, queue overflows,
-  // watches lost for lack of resources after Subscribe; a result for Subscribe to answer
-  // instead of subscribing (0 to subscribe again).
+  // watches (or events) lost for lack of resources after Subscribe; a result for Subscribe to
+  // answer instead of subscribing (0 to subscribe again).
   size_t subscriptions() const;
   size_t watches() const;
   uint64_t delivered() const;

@@ -226,3 +226,82 @@ TEST_F(HandlerTest, Create_WithoutTemplateOrTaskManagerFails) {
 
 }  // namespace
 }  // namespace tti_test
+
+namespace tti_test {
+namespace {
+
+class CachePageTest : public HandlerTest {
+ protected:
+  // The page for `domain`, through the handler's own page interface.
+  std::string Page(orv::IObject* handler, const std::string& domain) {
+    auto provider = As<ssl::IInvalidCertificateWebAlertProvider>(handler);
+    ssl::InvalidCertificateWebAlertData data;
+    data.verificationResult = 0x80020003;
+    data.domain = orv::types::string8_t(domain);
+    orv::types::string8_t body;
+    EXPECT_EQ(provider->GetWebAlertStub(data, body), 0);
+    return std::string(body.view());
+  }
+  engine::SslConnectionData ConnectionWith(const tti::test::TestCertificate& leaf,
+                                           const std::string& domain) const {
+    engine::SslConnectionData data = Connection(domain);
+    const auto der = leaf.Der();
+    data.serverCertificate = engine::Der(der.begin(), der.end());
+    return data;
+  }
+};
+
+TEST_F(CachePageTest, Detected_EntryStaysForThePageEvenWhenTheClientIsLost) {
+  auto handler = CreateHandler();
+  auto notification = As<ssl::IInvalidCertificateNotification>(handler.get());
+  const auto leaf = tti::test::MakeServerCertificate(root, "kept-subject.example");
+  auto ssl = engine::Make<engine::SslConnection>(ConnectionWith(leaf, "lost.example"));
+  auto lostClient = engine::Make<engine::TcpConnection>(1, static_cast<result_t>(0x80000042u));
+  ASSERT_NE(notification->OnInvalidCertificateDetected(lostClient.get(), ssl.get()), 0);
+  const std::string page = Page(handler.get(), "lost.example");
+  EXPECT_NE(page.find("kept-subject.example"), std::string::npos);
+  EXPECT_EQ(page.find("%CertificateSubject%"), std::string::npos);
+  // A domain never reported, or differing in case only, is not in the cache.
+  EXPECT_NE(Page(handler.get(), "LOST.example").find("%CertificateSubject%"), std::string::npos);
+}
+
+TEST_F(CachePageTest, Detected_SecondCertificateForADomainReplacesTheFirst) {
+  auto handler = CreateHandler();
+  auto notification = As<ssl::IInvalidCertificateNotification>(handler.get());
+  auto client = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
+  const auto first = tti::test::MakeServerCertificate(root, "first-subject.example");
+  const auto second = tti::test::MakeServerCertificate(root, "second-subject.example");
+  for (const auto* leaf : {&first, &second}) {
+    auto ssl = engine::Make<engine::SslConnection>(ConnectionWith(*leaf, "twice.example"));
+    ASSERT_EQ(notification->OnInvalidCertificateDetected(client.get(), ssl.get()), 0);
+  }
+  const std::string page = Page(handler.get(), "twice.example");
+  EXPECT_NE(page.find("second-subject.example"), std::string::npos);
+  EXPECT_EQ(page.find("first-subject.example"), std::string::npos);
+}
+
+TEST_F(HandlerTest, Trace_DetailLinesOfOneDetection) {
+  auto handler = CreateHandler();
+  auto notification = As<ssl::IInvalidCertificateNotification>(handler.get());
+  auto ssl = engine::Make<engine::SslConnection>(Connection("golden.example"));
+  auto client = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
+  tracer->Clear();
+  ASSERT_EQ(notification->OnInvalidCertificateDetected(client.get(), ssl.get()), 0);
+  const std::vector<std::string> expected = {
+      "virtual result_t "
+      "qel::tcp_traffic_interceptor::InvalidCertificateHandler::OnInvalidCertificateDetected("
+      "traffic_processing::traffic_monitor::IConnectionInfo*, "
+      "traffic_processing::protocollers::ssl::IConnectionInfo*)",
+      "save invalid cert chain for domain golden.example",
+      "result_t "
+      "qel::tcp_traffic_interceptor::InvalidCertificateHandler::PublishCertificateDetectedEvent("
+      "const orv::optional_t<qel::UserInfo>&, const orv::types::string8_t&, const "
+      "qel::tcp_traffic_interceptor::InvalidCertificateHandler::UntrustedCertificate&) const",
+  };
+  EXPECT_EQ(tracer->Texts(800), expected);
+  EXPECT_TRUE(tracer->Texts(300).empty());
+  EXPECT_TRUE(tracer->Texts(500).empty());
+}
+
+}  // namespace
+}  // namespace tti_test

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "alert_page_fixture.h"
 #include "support/cert_factory.h"
@@ -123,6 +124,28 @@ TEST_F(AlertPageTest, UnnamedVerificationResultShowsTheUnknownErrorText) {
   std::string page;
   ASSERT_EQ(Page("unknown.example", kContinue, page, 0x12345), 0);
   EXPECT_NE(page.find(CatalogText("SslResult_CertVerifyUnknownError")), std::string::npos);
+}
+
+TEST_F(AlertPageTest, TraceLines_OneEntryLinePerStepAndNothingElse) {
+  tti::test::TestCertificate root = MakeRootCertificate("Trace Root");
+  Detect("trace.example", {&root});
+  tracer->Clear();
+  Page("trace.example", kContinue);
+  EXPECT_EQ(tracer->Texts(800),
+            (std::vector<std::string>{
+                "virtual result_t "
+                "qel::tcp_traffic_interceptor::InvalidCertificateHandler::GetWebAlertStub(const "
+                "traffic_processing::protocollers::ssl::InvalidCertificateWebAlertData&, "
+                "orv::types::string8_t&)",
+                "result_t "
+                "qel::tcp_traffic_interceptor::InvalidCertificateHandler::InsertCertificateInfo("
+                "const orv::types::string8_t&, std::string&)",
+                "result_t "
+                "qel::tcp_traffic_interceptor::InvalidCertificateHandler::LocalizeHtmlTemplate("
+                "uint64_t, std::string&)",
+            }));
+  EXPECT_TRUE(tracer->Texts(300).empty());
+  EXPECT_TRUE(tracer->Texts(500).empty());
 }
 
 }  // namespace

@@ -1,10 +1,6 @@
 #include "system/certificate_manager/system_fixture.h"
 
-#include <utmp.h>
-
 #include <chrono>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <stdexcept>
 #include <thread>
@@ -66,24 +62,6 @@ bool Eventually(const std::function<bool()>& condition) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   return true;
-}
-
-void LogIn(const std::string& user, int index) {
-  if (utmpname("/var/run/utmp") != 0) {
-    throw std::runtime_error("utmpname");
-  }
-  utmp record{};
-  record.ut_type = USER_PROCESS;
-  record.ut_pid = 3000 + index;
-  std::snprintf(record.ut_id, sizeof(record.ut_id), "s%u", static_cast<unsigned>(index) % 100u);
-  std::snprintf(record.ut_line, sizeof(record.ut_line), "pts/%d", index);
-  std::strncpy(record.ut_user, user.c_str(), sizeof(record.ut_user) - 1);
-  setutent();
-  const bool written = pututline(&record) != nullptr;
-  endutent();
-  if (!written) {
-    throw std::runtime_error("pututline");
-  }
 }
 
 std::map<std::string, std::string> Snapshot(const std::vector<std::string>& directories) {

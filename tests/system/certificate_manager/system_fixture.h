@@ -34,10 +34,6 @@ class CertificateManagerSystemTest : public tti_test::ModuleTest {
 // Polls `condition` every 20 ms until it holds or 30 seconds have passed.
 bool Eventually(const std::function<bool()>& condition);
 
-// Inside the namespace only: a USER_PROCESS record for `user` written into /var/run/utmp with
-// the utmp calls, as a login does.
-void LogIn(const std::string& user, int index);
-
 // Every entry below each of `directories` (recursively, links not followed) with its content or
 // link target, to compare a store tree before and after.
 std::map<std::string, std::string> Snapshot(const std::vector<std::string>& directories);

@@ -7,6 +7,7 @@
 #include "abi/cert_manager/machine.h"
 #include "support/cert_factory.h"
 #include "support/namespace_sandbox.h"
+#include "system/certificate_manager/login_record.h"
 #include "system/certificate_manager/system_fixture.h"
 
 namespace certificate_manager_system {

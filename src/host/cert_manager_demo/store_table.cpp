@@ -1,0 +1,42 @@
+#include "store_table.h"
+
+#include <iomanip>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "store_report.h"
+
+namespace cert_manager_demo {
+
+size_t PrintStoreTable(const std::vector<uint8_t>& certificate, std::ostream& out) {
+  const nlohmann::json rows = module_host::ReportStores(certificate);
+  size_t width = 0;
+  for (const nlohmann::json& row : rows) {
+    width = std::max(width, row.value("path", std::string("-")).size());
+  }
+  out << "  " << std::left << std::setw(6) << "root" << std::setw(18) << "store"
+      << std::setw(static_cast<int>(width) + 2) << "path"
+      << "contents\n";
+  size_t marked = 0;
+  for (const nlohmann::json& row : rows) {
+    const std::string kind = row.value("kind", std::string());
+    const std::string path = row["path"].is_string() ? row["path"].get<std::string>() : "-";
+    const bool product = kind == "anchor" || kind == "link" || kind == "hash link";
+    const bool holds = row.value("holds", false) || product;
+    marked += holds ? 1 : 0;
+    std::string contents;
+    if (row.contains("certificates")) {
+      contents = std::to_string(row["certificates"].get<size_t>()) + " certificates";
+    } else if (row.contains("target")) {
+      contents = "-> " + row["target"].get<std::string>();
+    } else if (kind == "anchor directory") {
+      contents = "no product file";
+    }
+    out << "  " << std::setw(6) << (holds ? "yes" : "-") << std::setw(18) << kind
+        << std::setw(static_cast<int>(width) + 2) << path << contents << '\n';
+  }
+  return marked;
+}
+
+}  // namespace cert_manager_demo

@@ -222,7 +222,8 @@ void BuildSetup(Setup& setup) {
   const tti::test::TestCertificate added = tti::test::MakeRootCertificate("Bench Added Root");
   tti::test::WriteTextFile(kBundle, tti::test::ReadTextFile(kBundle) + added.Pem());
   orv::types::vector_t<orv::types::vector_t<unsigned char>> parents;
-  const Der addedDer(added.Der().begin(), added.Der().end());
+  const auto addedRaw = added.Der();
+  const Der addedDer(addedRaw.begin(), addedRaw.end());
   if (setup.inotify->Deliver(kBundle, 2) != 0 ||
       FindParents(setup.manager.get(), addedDer, parents) != 0) {
     throw std::runtime_error("a bundle change did not reload the cache");

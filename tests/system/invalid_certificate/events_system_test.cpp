@@ -126,7 +126,8 @@ TEST_F(EventsTest, Publisher_MissingOrFailingLosesTheEventNotTheVerdict) {
 
 TEST_F(EventsTest, Detected_CertificateWithoutCommonNameAndDateStillHasAllFields) {
   X509_NAME* subject = X509_get_subject_name(server.x509.get());
-  X509_NAME_delete_entry(subject, X509_NAME_get_index_by_NID(subject, NID_commonName, -1));
+  X509_NAME_ENTRY_free(
+      X509_NAME_delete_entry(subject, X509_NAME_get_index_by_NID(subject, NID_commonName, -1)));
   ASN1_TIME_set_string(X509_getm_notAfter(server.x509.get()), "15000101000000Z");
   ASSERT_GT(X509_sign(server.x509.get(), root.key.get(), EVP_sha256()), 0);
   auto handler = CreateHandler();

@@ -113,7 +113,8 @@ TEST_F(CertificateDecodingTest, Decode_ExpiryByCalendarAcrossTheWholeRange) {
 
 TEST_F(CertificateDecodingTest, Decode_MissingCommonNamesStandInAndLongNamesAreCut) {
   X509_NAME* subject = X509_get_subject_name(server.x509.get());
-  X509_NAME_delete_entry(subject, X509_NAME_get_index_by_NID(subject, NID_commonName, -1));
+  X509_NAME_ENTRY_free(
+      X509_NAME_delete_entry(subject, X509_NAME_get_index_by_NID(subject, NID_commonName, -1)));
   const std::string longName(300, 'n');
   X509_NAME* issuer = X509_NAME_new();
   // A plain UTF8String type skips OpenSSL's 64-character bound of common names.

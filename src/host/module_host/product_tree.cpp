@@ -29,7 +29,9 @@ std::string ChooseProductTree(const std::string& requested) {
     return requested;
   }
   std::error_code error;
-  if (std::filesystem::exists(kProductRoot, error)) {
+  // Without root no namespace can be made; the machine's tree (or its absence) then stands, so
+  // that commands which never read it keep working for any user.
+  if (::geteuid() != 0 || std::filesystem::exists(kProductRoot, error)) {
     return {};
   }
   const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);

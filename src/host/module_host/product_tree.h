@@ -10,8 +10,9 @@ namespace module_host {
 // the process. Root only; std::runtime_error when a step fails.
 void EnterProductTree(const std::string& tree);
 
-// The tree to use: `requested` when given; otherwise <dir of module-host>/../opt/morvane/tolm when
-// /opt/morvane/tolm does not exist and that directory does; otherwise empty (use the machine's).
+// The tree to use: `requested` when given; otherwise, running as root,
+// <dir of module-host>/../opt/morvane/tolm when /opt/morvane/tolm does not exist and that directory
+// does; otherwise empty (use the machine's).
 std::string ChooseProductTree(const std::string& requested);
 
 }  // namespace module_host

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <locale>
 #include <string>
 #include <thread>
@@ -122,6 +123,7 @@ TEST(HandlerConcurrencyTest, AllOperationsAtOnce_CacheStaysWithinItsCapacity) {
     thread.join();
   }
   EXPECT_EQ(handler->CachedDomains(), 1024u);
+  std::filesystem::remove_all(directory);
   EXPECT_GE(services.events->published(), static_cast<uint64_t>(kThreads * kDomainsPerThread * 3));
 }
 

@@ -65,6 +65,12 @@ void HandlerTest::SetUp() {
   ConfigureTasks(qel::TaskState::Started, qel::TaskState::Started);
 }
 
+void HandlerTest::TearDown() {
+  std::error_code ignored;
+  std::filesystem::remove_all(std::filesystem::path(eventsPath).parent_path(), ignored);
+  ModuleTest::TearDown();
+}
+
 orv::intrusive_ptr<ssl::IInvalidCertificateResolver> HandlerTest::CreateHandler() {
   return Create<ssl::IInvalidCertificateResolver>(kHandlerClass);
 }

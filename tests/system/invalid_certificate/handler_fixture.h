@@ -31,6 +31,7 @@ class HandlerTest : public ModuleTest {
  protected:
   static void SetUpTestSuite();
   void SetUp() override;
+  void TearDown() override;
 
   // A fresh handler through the module's factory (all seven interfaces answer one object).
   orv::intrusive_ptr<ssl::IInvalidCertificateResolver> CreateHandler();

@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,11 @@ class ModuleHostResolveTest : public ::testing::Test {
     const auto root = tti::test::MakeRootCertificate("Resolve Root");
     const auto server = tti::test::MakeServerCertificate(root, "resolve.example");
     tti::test::WriteTextFile(chain, server.Pem() + root.Pem());
+  }
+
+  void TearDown() override {
+    std::error_code ignored;
+    std::filesystem::remove_all(std::filesystem::path(chain).parent_path(), ignored);
   }
 
   // The report, or a failure with the child's output.

@@ -116,7 +116,7 @@ int RunDemo() {
           "NSS database. The table is read back from the stores.");
   std::cout << "  Install: " << manager->Install(ToRaw(der)) << '\n';
   ShowModuleLines(*tracer);
-  cert_manager_demo::PrintStoreTable(der, std::cout);
+  module_host::PrintStoreTable(der, std::cout);
 
   Heading("A new user logs in",
           "dave gets an account and a home that already holds a Firefox profile, then a login\n"
@@ -143,7 +143,7 @@ int RunDemo() {
           "go, each bundle and each database loses it, the new ones included.");
   std::cout << "  Uninstall: " << manager->Uninstall(ToRaw(der)) << '\n';
   ShowModuleLines(*tracer);
-  const size_t left = cert_manager_demo::PrintStoreTable(der, std::cout);
+  const size_t left = module_host::PrintStoreTable(der, std::cout);
   std::cout << (left == 0 ? "  The machine is clean: no store holds the root, no product file or "
                             "link is left.\n"
                           : "  NOT CLEAN: the rows marked yes still hold the root.\n");

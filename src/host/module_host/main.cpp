@@ -19,6 +19,7 @@
 #include "interception_commands.h"
 #include "product_tree.h"
 #include "resolve_command.h"
+#include "store_table.h"
 
 namespace {
 
@@ -153,6 +154,10 @@ int main(int argc, char** argv) {
     command->add_option("--trusted-dir", trustedDirectory,
                         "PEM files the host's trusted certificates provider serves");
   }
+  bool storesJson = false;
+  for (CLI::App* command : {certInstall, certUninstall}) {
+    command->add_flag("--json", storesJson, "Print one JSON document instead of the table");
+  }
   watch->add_option("--seconds", watchSeconds, "Stop after N seconds (0: only on a signal)");
 
   CLI11_PARSE(app, argc, argv);
@@ -217,9 +222,17 @@ int main(int argc, char** argv) {
         throw std::runtime_error("cannot write " + pageOutput);
       }
     } else if (certInstall->parsed() || certUninstall->parsed()) {
-      print(module_host::RunCertificateChange(modulePath, tracer.get(),
-                                              certInstall->parsed() ? "install" : "uninstall",
-                                              certificateFile, trustedDirectory));
+      const nlohmann::json report = module_host::RunCertificateChange(
+          modulePath, tracer.get(), certInstall->parsed() ? "install" : "uninstall",
+          certificateFile, trustedDirectory);
+      if (storesJson) {
+        print(report);
+      } else {
+        std::cout << report["command"].get<std::string>() << ' '
+                  << report["certificate"].get<std::string>() << ": "
+                  << report["result"].get<std::string>() << "\n\n";
+        module_host::PrintStoreRows(report["stores"], std::cout);
+      }
     } else if (findParent->parsed()) {
       print(
           module_host::RunFindParent(modulePath, tracer.get(), certificateFile, trustedDirectory));

@@ -50,7 +50,7 @@ TEST_F(CertManagerTest, ModuleHost_InstallFindParentUninstall_TableFollowsTheSto
     tti::test::WriteTextFile("/root/root.pem", root.Pem());
     tti::test::WriteTextFile("/root/leaf.pem", leaf.Pem());
 
-    const json installed = RunModuleHost("install /root/root.pem");
+    const json installed = RunModuleHost("install --json /root/root.pem");
     ASSERT_TRUE(installed.is_object());
     EXPECT_EQ(installed.at("result"), "0x00000000");
     const std::vector<json> anchors = Rows(installed, "anchor");
@@ -74,7 +74,7 @@ TEST_F(CertManagerTest, ModuleHost_InstallFindParentUninstall_TableFollowsTheSto
     EXPECT_EQ(found.at("result"), "0x00000000");
     EXPECT_EQ(found.at("parents"), json::array({"/O=tti tests/CN=Host Root"}));
 
-    const json removed = RunModuleHost("uninstall /root/root.pem");
+    const json removed = RunModuleHost("uninstall --json /root/root.pem");
     EXPECT_EQ(removed.at("result"), "0x00000000");
     EXPECT_TRUE(Rows(removed, "anchor").empty());
     EXPECT_TRUE(Rows(removed, "link").empty());

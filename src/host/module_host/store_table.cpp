@@ -7,10 +7,13 @@
 
 #include "store_report.h"
 
-namespace cert_manager_demo {
+namespace module_host {
 
 size_t PrintStoreTable(const std::vector<uint8_t>& certificate, std::ostream& out) {
-  const nlohmann::json rows = module_host::ReportStores(certificate);
+  return PrintStoreRows(ReportStores(certificate), out);
+}
+
+size_t PrintStoreRows(const nlohmann::json& rows, std::ostream& out) {
   size_t width = 0;
   for (const nlohmann::json& row : rows) {
     width = std::max(width, row.value("path", std::string("-")).size());
@@ -39,4 +42,4 @@ size_t PrintStoreTable(const std::vector<uint8_t>& certificate, std::ostream& ou
   return marked;
 }
 
-}  // namespace cert_manager_demo
+}  // namespace module_host

@@ -22,7 +22,7 @@ TEST_F(CertManagerTest, OnEvent_LoginOfNewUser_StoresFoundDirectoriesSubscribedO
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
     ASSERT_TRUE(manager);
     const size_t watchedBefore = inotify->Paths(0x00000100).size();
-    ASSERT_EQ(watchedBefore, 10u);
+    ASSERT_EQ(watchedBefore, 18u);
 
     // A login with no new account: only the entry line.
     tracer->Clear();
@@ -37,9 +37,12 @@ TEST_F(CertManagerTest, OnEvent_LoginOfNewUser_StoresFoundDirectoriesSubscribedO
     EXPECT_EQ(inotify->Deliver("/var/run/utmp", 6), 0);
 
     const std::vector<std::string> watched = inotify->Paths(0x00000100);
-    EXPECT_EQ(std::vector<std::string>(watched.begin() + watchedBefore, watched.end()),
-              (std::vector<std::string>{"/home/carol/.mozilla", "/home/carol/snap",
-                                        "/home/carol/Snap", "/home/carol/.snap"}));
+    EXPECT_EQ(
+        std::vector<std::string>(watched.begin() + watchedBefore, watched.end()),
+        (std::vector<std::string>{"/home/carol/.mozilla", "/home/carol/snap", "/home/carol/Snap",
+                                  "/home/carol/.snap", "/home/carol/.local/share/pki",
+                                  "/home/carol/.config/mozilla", "/home/carol/.thunderbird",
+                                  "/home/carol/.var/app"}));
     EXPECT_EQ(LineCount(800,
                         "qel::tcp_traffic_interceptor::CertificateManagerImpl::OnEvent(const "
                         "qel::InotifyEvent&)::<lambda(const auto:7&)> [with auto:7 = "
@@ -49,7 +52,7 @@ TEST_F(CertManagerTest, OnEvent_LoginOfNewUser_StoresFoundDirectoriesSubscribedO
     EXPECT_EQ(LineCount(500, "Cannot subscribe to /home/carol/.pki events"), 1u);
     // Written after a failed subscription as well.
     EXPECT_EQ(LineCount(800, kOnEvent + ": path '/home/carol/.pki' is subscribed"), 1u);
-    EXPECT_EQ(LineCount(800, kOnEvent + ": path '/home/carol/.snap' is subscribed"), 1u);
+    EXPECT_EQ(LineCount(800, kOnEvent + ": path '/home/carol/.var/app' is subscribed"), 1u);
     // The new store is not subscribed by itself: its directory covers it.
     EXPECT_EQ(inotify->Paths(0x00000782).size(), 2u);
 

@@ -13,12 +13,14 @@ using tti::test::RunInMountNamespace;
 using tti::test::StoreLayout;
 
 const std::vector<Account> kTwoUsers = {{"alice", 1000, "/home/alice"}, {"bob", 1001, "/home/bob"}};
-const std::vector<std::string> kRootNames = {".mozilla", ".pki", "snap", "Snap", ".snap"};
+const std::vector<std::string> kPlaces = {
+    ".mozilla",        ".pki",         "snap",    "Snap", ".snap", ".local/share/pki",
+    ".config/mozilla", ".thunderbird", ".var/app"};
 
 std::vector<std::string> WatchDirectories(const std::vector<std::string>& homes) {
   std::vector<std::string> directories;
   for (const std::string& home : homes) {
-    for (const std::string& name : kRootNames) {
+    for (const std::string& name : kPlaces) {
       directories.push_back(home + "/" + name);
     }
   }
@@ -41,10 +43,10 @@ TEST_F(CertManagerTest, FinalConstruct_SubscribesLoginsWatchDirectoriesAndStores
     EXPECT_EQ(inotify->Paths(0x00000782),
               (std::vector<std::string>{aliceStore, "/usr/lib/ssl/cert.pem",
                                         "/etc/ssl/certs/ca-certificates.crt"}));
-    EXPECT_EQ(subscriptions.size(), 1u + 15u + 3u);
+    EXPECT_EQ(subscriptions.size(), 1u + 27u + 3u);
     EXPECT_EQ(LineCount(800, "found 1 nss3 storages"), 1u);
     EXPECT_EQ(LineCount(800, "found 2 openssl storages"), 1u);
-    EXPECT_EQ(LineCount(800, "watch /home/bob/.snap"), 1u);
+    EXPECT_EQ(LineCount(800, "watch /home/bob/.var/app"), 1u);
     EXPECT_EQ(LineCount(800, "watch " + aliceStore), 1u);
 
     // The receiver is the worker, not the object the host holds.
@@ -132,9 +134,9 @@ struct SubscribeFailure {
 TEST_F(CertManagerTest, FinalConstruct_SubscribeFails_CheckLineFailureAndAllUnsubscribed) {
   const SubscribeFailure cases[] = {
       {"/var/run/utmp", "(m_eventsProvider->Subscribe(this, UtmpPath, 0x00000002))", 0},
-      {"/home/bob/.mozilla", "(m_eventsProvider->Subscribe(this, path, 0x00000100))", 6},
+      {"/home/bob/.mozilla", "(m_eventsProvider->Subscribe(this, path, 0x00000100))", 10},
       {"/etc/ssl/certs/ca-certificates.crt",
-       "(m_eventsProvider->Subscribe(this, info.path, configFlags))", 17},
+       "(m_eventsProvider->Subscribe(this, info.path, configFlags))", 29},
   };
   for (const SubscribeFailure& failure : cases) {
     SCOPED_TRACE(failure.path);

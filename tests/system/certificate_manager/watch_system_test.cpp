@@ -68,10 +68,11 @@ TEST_F(CertificateManagerSystemTest, RealInotify_LoginNewDatabaseBundle_Followed
     EXPECT_TRUE(Eventually([&] { return CountOf(NssCertificates(daveProfile), root.Der()) == 1; }));
     EXPECT_TRUE(tracer->Contains("user home directory '/home/dave' is added"));
 
-    // A browser makes a new profile in a watched directory, for a user known from the start and
-    // for the user who just logged in.
+    // A browser makes a new profile in a watched place that did not exist yet, for a user known
+    // from the start and for the user who just logged in.
     for (const std::string profile :
-         {"/home/alice/.mozilla/firefox/late.default", "/home/dave/snap/chromium/.pki/nssdb"}) {
+         {"/home/alice/.config/mozilla/firefox/late.default-esr",
+          "/home/dave/.var/app/org.chromium.Chromium/.local/share/pki/nssdb"}) {
       MakeNssDatabase(profile);
       EXPECT_TRUE(Eventually([&] { return CountOf(NssCertificates(profile), root.Der()) == 1; }))
           << profile;

@@ -104,8 +104,10 @@ TEST(Nss3Storages, SystemDatabase_ADirectoryOrALinkToOne) {
   }
 }
 
-TEST(WatchDirectories, FiveNamesPerHomeInAccountOrder_DuplicatesKept) {
-  const std::vector<std::string> names = {".mozilla", ".pki", "snap", "Snap", ".snap"};
+TEST(WatchDirectories, NinePlacesPerHomeInAccountOrder_DuplicatesKept) {
+  const std::vector<std::string> names = {
+      ".mozilla",        ".pki",         "snap",    "Snap", ".snap", ".local/share/pki",
+      ".config/mozilla", ".thunderbird", ".var/app"};
   const auto forHome = [&](const std::string& home) {
     std::vector<std::string> directories;
     for (const std::string& name : names) {

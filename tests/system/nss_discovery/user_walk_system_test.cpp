@@ -8,6 +8,7 @@
 
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -37,7 +38,13 @@ std::vector<std::string> Paths(const std::vector<Nss3Storage>& stores) {
   return paths;
 }
 
-TEST(UserNss3Storages, ProfilePlaces_OnlyBelowTheFiveNamesAndDirectlyInTheHome) {
+// Makes the directories of `path` and a plain file at its end: enough for a store to be found.
+void MakeFileIn(const std::string& path, uint32_t uid = kAlice) {
+  MakeDirectory(path.substr(0, path.rfind('/')));
+  MakeFile(path, uid, uid);
+}
+
+TEST(UserNss3Storages, ProfilePlaces_OnlyBelowThePlacesAndDirectlyInTheHome) {
   RunInMountNamespace([] {
     MountHomes();
     const std::string home = "/home/alice";
@@ -51,8 +58,25 @@ TEST(UserNss3Storages, ProfilePlaces_OnlyBelowTheFiveNamesAndDirectlyInTheHome) 
     MakeDirectory(home + "/.snap/b/c/d/e/f");
     MakeFile(home + "/.snap/b/c/d/e/f/cert9.db", kAlice, kAlice);
     MakeFile(home + "/cert9.db", kAlice, kAlice);
-    // Not found: outside the five names, a near miss of the name, a mere prefix of a root name.
+    // Where today's browsers, mail clients and Flatpak apps make a fresh user's database.
+    const std::vector<std::string> newer = {
+        home + "/.config/mozilla/firefox/x.default-esr/cert9.db",
+        home + "/.local/share/pki/nssdb/cert9.db",
+        home + "/.thunderbird/y.default-esr/cert9.db",
+        home + "/.var/app/org.chromium.Chromium/.local/share/pki/nssdb/cert9.db",
+        home + "/.var/app/org.mozilla.firefox/.mozilla/firefox/z.default/cert9.db",
+    };
+    for (const std::string& path : newer) {
+      MakeFileIn(path);
+    }
+    // Not found: outside the places, on the way to a deeper place, a near miss of the name, a
+    // mere prefix of a root name.
     MakeDatabase(home + "/.config/.pki/nssdb", kAlice);
+    MakeFileIn(home + "/.config/chromium/Default/cert9.db");
+    MakeFileIn(home + "/.config/cert9.db");
+    MakeFileIn(home + "/.local/cert9.db");
+    MakeFileIn(home + "/.local/share/cert9.db");
+    MakeFileIn(home + "/.local/share/pkix/nssdb/cert9.db");
     MakeDirectory(home + "/Documents");
     MakeFile(home + "/Documents/cert9.db");
     MakeFile(home + "/.pki/Cert9.db");
@@ -61,9 +85,14 @@ TEST(UserNss3Storages, ProfilePlaces_OnlyBelowTheFiveNamesAndDirectlyInTheHome) 
     MakeFile(home + "/.pkix/nssdb/cert9.db");
 
     const std::vector<Nss3Storage> expected = {
+        {newer[0], kAlice, kAlice},
+        {newer[1], kAlice, kAlice},
         {home + "/.mozilla/firefox/abcd.default-release/cert9.db", kAlice, kAlice},
         {home + "/.pki/nssdb/cert9.db", kAlice, kAlice},
         {home + "/.snap/b/c/d/e/f/cert9.db", kAlice, kAlice},
+        {newer[2], kAlice, kAlice},
+        {newer[3], kAlice, kAlice},
+        {newer[4], kAlice, kAlice},
         {home + "/Snap/a/cert9.db", 1234, 77},
         {home + "/cert9.db", kAlice, kAlice},
         {home + "/snap/chromium/2497/.pki/nssdb/cert9.db", kAlice, 50},
@@ -85,7 +114,31 @@ TEST(UserNss3Storages, ProfilePlaces_OnlyBelowTheFiveNamesAndDirectlyInTheHome) 
     ASSERT_EQ(::chdir(home.c_str()), 0);
     const auto relative = Paths(GetUserNss3Storages(Alice("")));
     EXPECT_EQ(relative.size(), expected.size());
-    EXPECT_EQ(relative.front(), "./.mozilla/firefox/abcd.default-release/cert9.db");
+    EXPECT_EQ(relative.front(), "./.config/mozilla/firefox/x.default-esr/cert9.db");
+  });
+}
+
+TEST(UserNss3Storages, DeeperPlaces_ALinkOnTheWayIsNotFollowed) {
+  RunInMountNamespace([] {
+    MountHomes();
+    // The targets hold databases where the places would have them.
+    MakeFileIn("/home/real/config/mozilla/firefox/p/cert9.db");
+    MakeFileIn("/home/real/mozilla/firefox/p/cert9.db");
+    MakeFileIn("/home/real/share/pki/nssdb/cert9.db");
+    MakeFileIn("/home/real/local/share/pki/nssdb/cert9.db");
+    const std::vector<std::pair<std::string, std::string>> links = {
+        {"/home/real/config", "/home/a/.config"},
+        {"/home/real/mozilla", "/home/b/.config/mozilla"},
+        {"/home/real/share", "/home/c/.local/share"},
+        {"/home/real/local", "/home/d/.local"},
+        {"/home/real/share/pki", "/home/e/.local/share/pki"},
+    };
+    for (const auto& [target, link] : links) {
+      MakeDirectory(link.substr(0, link.rfind('/')), kAlice);
+      MakeLink(target, link);
+      const std::string home = link.substr(0, link.find('/', 6));
+      EXPECT_TRUE(GetUserNss3Storages(Alice(home)).empty()) << link;
+    }
   });
 }
 
@@ -114,6 +167,8 @@ TEST(UserNss3Storages, HostileEntries_NoLinkFollowedNothingOpened) {
     MakeDirectory(home + "/Snap/fifo");
     MakeFifo(home + "/Snap/fifo/cert9.db");
     MakeFifo(home + "/.snap");
+    MakeDirectory(home + "/.local");
+    MakeFifo(home + "/.local/share");
     // A directory named cert9.db is entered like any other, but is no store itself.
     MakeDirectory(home + "/Snap/dir/cert9.db");
     MakeFile(home + "/Snap/dir/cert9.db/cert9.db", kAlice, kAlice);

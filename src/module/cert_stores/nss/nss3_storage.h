@@ -51,12 +51,12 @@ constexpr const char* kCertManagerPath = "/opt/morvane/tolm/libexec/cert-manager
 // Every database of the machine and of all users, sorted, without duplicates. Never fails: what
 // cannot be read is passed over.
 std::vector<Nss3Storage> GetNss3Storages();
-// The databases below one user's home (only inside ".mozilla", ".pki", "snap", "Snap", ".snap",
-// plus a "cert9.db" directly in the home), sorted, without duplicates. Follows no link.
+// The databases below one user's home (only inside the places of kStorePlaces, plus a "cert9.db"
+// directly in the home), sorted, without duplicates. Follows no link.
 std::vector<Nss3Storage> GetUserNss3Storages(const QelUser& user);
 // 0 and `storage` filled when `path` is a regular file named "cert9.db"; 0x8000004b otherwise.
 result_t MakeNss3Storage(const NativePath& path, Nss3Storage& storage);
-// The home joined with each of the five root names, in order; the disk is not looked at.
+// The home joined with each of the nine places, in order; the disk is not looked at.
 std::vector<NativePath> GetWatchDirectories(const NativePath& home);
 // The same for every account of the machine, in account order, duplicates kept.
 std::vector<NativePath> GetWatchDirectories();

@@ -72,9 +72,9 @@ result_t MakeNss3Storage(const NativePath& path, Nss3Storage& storage) {
 
 std::vector<NativePath> GetWatchDirectories(const NativePath& home) {
   std::vector<NativePath> directories;
-  directories.reserve(kStoreRootNames.size());
-  for (std::string_view name : kStoreRootNames) {
-    directories.push_back((std::filesystem::path(home) / name).string());
+  directories.reserve(kStorePlaces.size());
+  for (std::string_view place : kStorePlaces) {
+    directories.push_back((std::filesystem::path(home) / place).string());
   }
   return directories;
 }

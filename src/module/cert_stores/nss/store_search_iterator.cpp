@@ -16,9 +16,25 @@ bool IsDotOrDotDot(const char* name) {
   return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
-bool IsStoreRootName(const char* name) {
-  return std::find(kStoreRootNames.begin(), kStoreRootNames.end(), std::string_view(name)) !=
-         kStoreRootNames.end();
+// The place whose first component is `name`, or null; it is entered from the home.
+const std::string_view* FindPlace(std::string_view name) {
+  for (const std::string_view& place : kStorePlaces) {
+    if (place.substr(0, place.find('/')) == name) {
+      return &place;
+    }
+  }
+  return nullptr;
+}
+
+// Opens `name` below `parent` when lstat calls it a directory. O_NOFOLLOW refuses a link put
+// there after the lstat, O_DIRECTORY anything else, so nothing can block. -1 otherwise.
+int OpenDirectoryAt(int parent, const char* name) {
+  struct stat status {};
+  if (::fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISDIR(status.st_mode)) {
+    // A link, to a profile or anywhere else, is never entered, so a walk cannot loop.
+    return -1;
+  }
+  return ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
 }  // namespace
@@ -104,21 +120,36 @@ int StoreSearchIterator::ReadTop() {
 
 bool StoreSearchIterator::Advance() {
   const char* name = Name();
-  // Only names that may be entered are looked at: in the home, just the five root names.
-  if (IsDotOrDotDot(name) || (m_stack.size() == 1 && !IsStoreRootName(name))) {
+  if (IsDotOrDotDot(name)) {
     return false;
   }
-  struct stat status {};
-  if (!LStat(status) || !S_ISDIR(status.st_mode)) {
-    // A link, to a profile or anywhere else, is never entered, so a walk cannot loop.
-    return false;
+  // Only names that may be entered are looked at: in the home, the first component of a place.
+  std::string_view below;
+  if (m_stack.size() == 1) {
+    const std::string_view* place = FindPlace(name);
+    if (place == nullptr) {
+      return false;
+    }
+    const size_t slash = place->find('/');
+    below = slash == std::string_view::npos ? std::string_view() : place->substr(slash + 1);
   }
-  const int fd = ::openat(::dirfd(m_stack.back().directory.get()), name,
-                          O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-  if (fd < 0) {
-    return false;
-  }
+  int fd = OpenDirectoryAt(::dirfd(m_stack.back().directory.get()), name);
   const size_t entryLength = m_path.size();
+  // The folders on the way to a deeper place are opened one after the other by the same rule,
+  // each closed as soon as the next is open.
+  while (fd >= 0 && !below.empty()) {
+    const size_t slash = below.find('/');
+    const std::string component(below.substr(0, slash));
+    below = slash == std::string_view::npos ? std::string_view() : below.substr(slash + 1);
+    const tools::UniqueFd parent(fd);
+    fd = OpenDirectoryAt(parent.Get(), component.c_str());
+    m_path += '/';
+    m_path += component;
+  }
+  if (fd < 0) {
+    m_path.resize(entryLength);
+    return false;
+  }
   m_path += '/';
   if (!Push(fd)) {
     m_path.resize(entryLength);

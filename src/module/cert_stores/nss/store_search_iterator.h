@@ -15,12 +15,18 @@ namespace qel::tcp_traffic_interceptor::cert_stores {
 
 using tools::NativePath;
 
-// The only names the walk enters directly in a home, in this order (also the watch order).
-constexpr std::array<std::string_view, 5> kStoreRootNames = {".mozilla", ".pki", "snap", "Snap",
-                                                             ".snap"};
+// The places of a home where NSS programs keep their databases, in watch order. The first five
+// are the root names the walk has always entered; the others are where today's browsers and mail
+// clients make a fresh user's database (Chromium's XDG data folder, Firefox's XDG profiles,
+// Thunderbird, Flatpak apps). A place of several components is entered only along its exact
+// path: `~/.config` holds other programs' trees, and only its `mozilla` is walked.
+constexpr std::array<std::string_view, 9> kStorePlaces = {
+    ".mozilla",        ".pki",         "snap",    "Snap", ".snap", ".local/share/pki",
+    ".config/mozilla", ".thunderbird", ".var/app"};
 
 // The walk of one home, depth first in readdir order: every entry of the home, and every entry
-// below the five root names, however deep. No link is ever followed: types come from lstat
+// below the places, however deep; the folders on the way to a deeper place are passed through,
+// not listed. No link is ever followed: types come from lstat
 // (fstatat with AT_SYMLINK_NOFOLLOW), and a directory is opened relative to its level's open
 // directory with O_NOFOLLOW | O_DIRECTORY, so one replaced by a link or a FIFO after its lstat is
 // not entered and nothing can block. Working relative to the open levels also keeps every step
@@ -67,7 +73,7 @@ class StoreSearchIterator final {
   // Reads the top level's next entry. 1: an entry; 0: none left; -1: readdir failed.
   int ReadTop();
   // Goes down into the current entry when it is a directory (not a link) that the walk enters
-  // and that opens with at least one entry.
+  // and that opens with at least one entry; in the home, down to the end of the entry's place.
   bool Advance();
   // Closes every level, deepest first.
   void CloseAll() noexcept;

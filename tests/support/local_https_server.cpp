@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <openssl/err.h>
 #include <openssl/ssl.h>
 #include <sys/socket.h>
 
@@ -13,6 +14,18 @@ namespace tti::test {
 namespace {
 
 SSL_CTX* Context(void* context) { return static_cast<SSL_CTX*>(context); }
+
+// Whether the failed handshake's errors hold the client's alert that it does not trust the
+// certificate (unknown issuer, or a bad certificate). Empties the thread's error queue.
+bool AlertedUntrusted() {
+  bool untrusted = false;
+  for (unsigned long error = ERR_get_error(); error != 0; error = ERR_get_error()) {
+    const int reason = ERR_GET_REASON(error);
+    untrusted = untrusted || reason == SSL_R_TLSV1_ALERT_UNKNOWN_CA ||
+                reason == SSL_R_SSLV3_ALERT_BAD_CERTIFICATE;
+  }
+  return untrusted;
+}
 
 struct SslFree {
   void operator()(SSL* ssl) const noexcept { SSL_free(ssl); }
@@ -65,8 +78,13 @@ void LocalHttpsServer::Serve() {
       continue;
     }
     std::unique_ptr<SSL, SslFree> ssl(SSL_new(Context(m_context)));
+    ERR_clear_error();
     if (!ssl || SSL_set_fd(ssl.get(), connection.Get()) != 1 || SSL_accept(ssl.get()) != 1) {
-      continue;  // a client that refuses the certificate ends here
+      // A client that refuses the certificate ends here.
+      if (AlertedUntrusted()) {
+        ++m_refused;
+      }
+      continue;
     }
     std::string request;
     char buffer[1024];
@@ -79,7 +97,9 @@ void LocalHttpsServer::Serve() {
     }
     const std::string response =
         "HTTP/1.1 200 OK\r\nContent-Length: 3\r\nConnection: close\r\n\r\nok\n";
-    SSL_write(ssl.get(), response.data(), static_cast<int>(response.size()));
+    if (SSL_write(ssl.get(), response.data(), static_cast<int>(response.size())) > 0) {
+      ++m_served;
+    }
     SSL_shutdown(ssl.get());  // the close notice
   }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <thread>
 
 #include "qel/tools/unique_fd.h"
@@ -18,6 +19,10 @@ class LocalHttpsServer final {
   ~LocalHttpsServer();
 
   int Port() const noexcept { return m_port; }
+  // Requests answered: a client only sends one once it trusts the certificate.
+  size_t Served() const noexcept { return m_served; }
+  // Handshakes the client broke off with an alert that it does not trust the certificate.
+  size_t Refused() const noexcept { return m_refused; }
 
  private:
   void Serve();
@@ -26,6 +31,8 @@ class LocalHttpsServer final {
   qel::tools::UniqueFd m_listener;
   int m_port = 0;
   std::atomic<bool> m_stopping{false};
+  std::atomic<size_t> m_served{0};
+  std::atomic<size_t> m_refused{0};
   std::thread m_thread;
 };
 

@@ -30,17 +30,22 @@ namespace {
 using cert_manager_test::Account;
 using qel::tcp_traffic_interceptor::ICertificateManager;
 
-const std::vector<Account> kUsers = {
-    {"alice", 1000, "/home/alice"}, {"bob", 1001, "/home/bob"}, {"carol", 1002, "/home/carol"}};
+const std::vector<Account> kUsers = {{"alice", 1000, "/home/alice"},
+                                     {"bob", 1001, "/home/bob"},
+                                     {"carol", 1002, "/home/carol"},
+                                     {"erin", 1004, "/home/erin"}};
 const Account kNewUser = {"dave", 1003, "/home/dave"};
 const std::vector<std::string> kProfiles = {"/home/alice/.mozilla/firefox/k3x9.default-release",
                                             "/home/alice/.pki/nssdb",
                                             "/home/bob/.mozilla/firefox/p0q1.default-release",
                                             "/home/bob/.pki/nssdb",
                                             "/home/carol/.pki/nssdb",
-                                            "/home/carol/snap/chromium/current/.pki/nssdb"};
+                                            "/home/carol/snap/chromium/current/.pki/nssdb",
+                                            "/home/erin/.config/mozilla/firefox/e7n2.default-esr",
+                                            "/home/erin/.local/share/pki/nssdb"};
 const char kNewUserProfile[] = "/home/dave/.mozilla/firefox/d4v3.default-release";
 const char kNewProfile[] = "/home/bob/.mozilla/firefox/w0rk.work";
+const char kFirstThunderbird[] = "/home/erin/.thunderbird/t4b1.default-esr";
 
 void Heading(const std::string& title, const std::string& explanation) {
   std::cout << "\n--- " << title << "\n" << explanation << "\n";
@@ -83,8 +88,10 @@ qel::RawCert ToRaw(const std::vector<uint8_t>& der) {
 int RunDemo() {
   Heading("A synthetic machine",
           "A private mount namespace holds a Debian-like system store (the bundle is this\n"
-          "machine's CA set), three users with Firefox and Chromium profiles and one snap\n"
-          "Chromium profile. Nothing outside this process sees it.");
+          "machine's CA set), three users with Firefox and Chromium profiles in the older\n"
+          "places and one snap Chromium profile, and erin, whose Firefox ESR and Chromium keep\n"
+          "their databases where today's browsers make them (~/.config/mozilla,\n"
+          "~/.local/share/pki). Nothing outside this process sees it.");
   tti::test::EnterPrivateMountNamespace();
   cert_manager_test::BuildMachine(tti::test::StoreLayout::kDebian, kUsers);
   for (const std::string& profile : kProfiles) {
@@ -123,7 +130,9 @@ int RunDemo() {
           "record is written to /var/run/utmp. The manager watches that file: on the change it\n"
           "looks for homes it does not know yet, gives their databases the root and watches\n"
           "their browser directories.");
-  cert_manager_test::WriteAccounts({kUsers[0], kUsers[1], kUsers[2], kNewUser});
+  std::vector<Account> accounts = kUsers;
+  accounts.push_back(kNewUser);
+  cert_manager_test::WriteAccounts(accounts);
   cert_manager_test::MakeNssDatabase(kNewUserProfile);
   certificate_manager_system::LogIn(kNewUser.name, 1);
   const bool loggedIn = WaitForRoot(kNewUserProfile, der);
@@ -138,6 +147,14 @@ int RunDemo() {
   ShowModuleLines(*tracer);
   std::cout << "  " << kNewProfile << (created ? ": holds the root\n" : ": NO ROOT\n");
 
+  Heading("A mail client starts for the first time",
+          "erin starts Thunderbird once: ~/.thunderbird did not exist when the manager began to\n"
+          "watch it. Its first profile's cert9.db appears there and gets the root as well.");
+  cert_manager_test::MakeNssDatabase(kFirstThunderbird);
+  const bool firstStart = WaitForRoot(kFirstThunderbird, der);
+  ShowModuleLines(*tracer);
+  std::cout << "  " << kFirstThunderbird << (firstStart ? ": holds the root\n" : ": NO ROOT\n");
+
   Heading("Uninstall the root",
           "Uninstall takes the root out of every store it is in: the anchor file and its links\n"
           "go, each bundle and each database loses it, the new ones included.");
@@ -149,7 +166,7 @@ int RunDemo() {
                           : "  NOT CLEAN: the rows marked yes still hold the root.\n");
   manager.reset();
   factory.reset();
-  return loggedIn && created && left == 0 ? 0 : 1;
+  return loggedIn && created && firstStart && left == 0 ? 0 : 1;
 }
 
 }  // namespace

@@ -14,21 +14,21 @@
 #include <thread>
 #include <vector>
 
-#include "abi/cert_manager/machine.h"
 #include "host/capturing_tracer.h"
 #include "host/host_services.h"
 #include "host/module_loader.h"
 #include "qel/tcp_traffic_interceptor/certificate_manager.h"
 #include "qel/tcp_traffic_interceptor/class_ids.h"
+#include "sandbox/certificates.h"
+#include "sandbox/machine.h"
+#include "sandbox/mount_namespace.h"
 #include "store_table.h"
-#include "support/cert_factory.h"
-#include "support/namespace_sandbox.h"
-#include "system/certificate_manager/login_record.h"
 
 namespace {
 
-using cert_manager_test::Account;
+namespace sandbox = host::sandbox;
 using qel::tcp_traffic_interceptor::ICertificateManager;
+using sandbox::Account;
 
 const std::vector<Account> kUsers = {{"alice", 1000, "/home/alice"},
                                      {"bob", 1001, "/home/bob"},
@@ -68,7 +68,7 @@ void ShowModuleLines(host::CapturingTracer& tracer) {
 // Polls until the database in `directory` holds `root` (30 seconds at most).
 bool WaitForRoot(const std::string& directory, const std::vector<uint8_t>& root) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-  while (cert_manager_test::CountOf(cert_manager_test::NssCertificates(directory), root) == 0) {
+  while (sandbox::CountOf(sandbox::NssCertificates(directory), root) == 0) {
     if (std::chrono::steady_clock::now() > deadline) {
       return false;
     }
@@ -92,10 +92,10 @@ int RunDemo() {
           "places and one snap Chromium profile, and erin, whose Firefox ESR and Chromium keep\n"
           "their databases where today's browsers make them (~/.config/mozilla,\n"
           "~/.local/share/pki). Nothing outside this process sees it.");
-  tti::test::EnterPrivateMountNamespace();
-  cert_manager_test::BuildMachine(tti::test::StoreLayout::kDebian, kUsers);
+  sandbox::EnterPrivateMountNamespace();
+  sandbox::BuildMachine(sandbox::StoreLayout::kDebian, kUsers);
   for (const std::string& profile : kProfiles) {
-    cert_manager_test::MakeNssDatabase(profile);
+    sandbox::MakeNssDatabase(profile);
     std::cout << "  NSS database " << profile << '\n';
   }
 
@@ -113,7 +113,7 @@ int RunDemo() {
     return 1;
   }
   tracer->Clear();
-  const tti::test::TestCertificate root = tti::test::MakeRootCertificate("Demo Root");
+  const sandbox::SandboxCertificate root = sandbox::MakeRootCertificate("Demo Root");
   const auto raw = root.Der();
   const std::vector<uint8_t> der(raw.begin(), raw.end());
 
@@ -132,9 +132,9 @@ int RunDemo() {
           "their browser directories.");
   std::vector<Account> accounts = kUsers;
   accounts.push_back(kNewUser);
-  cert_manager_test::WriteAccounts(accounts);
-  cert_manager_test::MakeNssDatabase(kNewUserProfile);
-  certificate_manager_system::LogIn(kNewUser.name, 1);
+  sandbox::WriteAccounts(accounts);
+  sandbox::MakeNssDatabase(kNewUserProfile);
+  sandbox::LogIn(kNewUser.name, 1);
   const bool loggedIn = WaitForRoot(kNewUserProfile, der);
   ShowModuleLines(*tracer);
   std::cout << "  " << kNewUserProfile << (loggedIn ? ": holds the root\n" : ": NO ROOT\n");
@@ -142,7 +142,7 @@ int RunDemo() {
   Heading("A browser makes a new profile",
           "bob's Firefox creates a new profile: a cert9.db appears under ~/.mozilla, a watched\n"
           "directory. The manager hears of the new file and gives the new database the root.");
-  cert_manager_test::MakeNssDatabase(kNewProfile);
+  sandbox::MakeNssDatabase(kNewProfile);
   const bool created = WaitForRoot(kNewProfile, der);
   ShowModuleLines(*tracer);
   std::cout << "  " << kNewProfile << (created ? ": holds the root\n" : ": NO ROOT\n");
@@ -150,7 +150,7 @@ int RunDemo() {
   Heading("A mail client starts for the first time",
           "erin starts Thunderbird once: ~/.thunderbird did not exist when the manager began to\n"
           "watch it. Its first profile's cert9.db appears there and gets the root as well.");
-  cert_manager_test::MakeNssDatabase(kFirstThunderbird);
+  sandbox::MakeNssDatabase(kFirstThunderbird);
   const bool firstStart = WaitForRoot(kFirstThunderbird, der);
   ShowModuleLines(*tracer);
   std::cout << "  " << kFirstThunderbird << (firstStart ? ": holds the root\n" : ": NO ROOT\n");

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <string>
+#include "sandbox/machine.h"
 
 namespace certificate_manager_system {
 
-// Inside a private mount namespace only: a USER_PROCESS record for `user` on pts/`index` written
-// into /var/run/utmp with the utmp calls, as a login does. Throws std::runtime_error.
-void LogIn(const std::string& user, int index);
+using host::sandbox::LogIn;
 
 }  // namespace certificate_manager_system

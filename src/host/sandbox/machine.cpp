@@ -1,8 +1,9 @@
-#include "abi/cert_manager/machine.h"
+#include "sandbox/machine.h"
 
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utmp.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,30 +17,19 @@
 #include <openssl/x509.h>
 
 #include "cert_stores/conversions/openssl_types.h"
+#include "sandbox/mount_namespace.h"
 
-namespace cert_manager_test {
+namespace host::sandbox {
 namespace {
 
 namespace stores = qel::tcp_traffic_interceptor::cert_stores;
-
-void MakeDirectories(const std::string& path) {
-  for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
-    const std::string prefix = path.substr(0, slash);
-    if (::mkdir(prefix.c_str(), 0755) != 0 && errno != EEXIST) {
-      throw std::runtime_error("mkdir " + prefix + ": " + std::strerror(errno));
-    }
-    if (slash == std::string::npos) {
-      return;
-    }
-  }
-}
 
 // The real file is bound read-only over /etc/<name>: take the bind away and write our own.
 void ReplaceEtcFile(const std::string& name, const std::string& text) {
   const std::string path = "/etc/" + name;
   ::umount2(path.c_str(), MNT_DETACH);
   ::unlink(path.c_str());
-  tti::test::WriteTextFile(path, text);
+  WriteTextFile(path, text);
 }
 
 std::string Run(const std::string& command) {
@@ -71,15 +61,15 @@ void WriteAccounts(const std::vector<Account>& accounts) {
   ReplaceEtcFile("group", group);
 }
 
-void BuildMachine(tti::test::StoreLayout layout, const std::vector<Account>& accounts) {
-  tti::test::BuildStoreLayout(layout);
+void BuildMachine(StoreLayout layout, const std::vector<Account>& accounts) {
+  BuildStoreLayout(layout);
   ReplaceEtcFile("nsswitch.conf", "passwd: files\ngroup: files\n");
   ReplaceEtcFile("login.defs", "UID_MIN 1000\n");
-  tti::test::MountTmpfs("/home");
-  tti::test::MountTmpfs("/root");
-  tti::test::MountTmpfs("/var/run");
-  tti::test::WriteTextFile("/var/run/utmp", "");
-  tti::test::MountProductTree();
+  MountTmpfs("/home");
+  MountTmpfs("/root");
+  MountTmpfs("/var/run");
+  WriteTextFile("/var/run/utmp", "");
+  MountProductTree();
   WriteAccounts(accounts);
 }
 
@@ -120,7 +110,7 @@ std::vector<std::vector<uint8_t>> NssCertificates(const std::string& directory) 
 }
 
 std::vector<std::vector<uint8_t>> BundleCertificates(const std::string& path) {
-  const std::string text = tti::test::ReadTextFile(path);
+  const std::string text = ReadTextFile(path);
   stores::BioPtr bio(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
   std::vector<std::vector<uint8_t>> certificates;
   while (stores::X509Ptr certificate{PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr)}) {
@@ -136,4 +126,22 @@ size_t CountOf(const std::vector<std::vector<uint8_t>>& list, const std::vector<
   return static_cast<size_t>(std::count(list.begin(), list.end(), der));
 }
 
-}  // namespace cert_manager_test
+void LogIn(const std::string& user, int index) {
+  if (utmpname("/var/run/utmp") != 0) {
+    throw std::runtime_error("utmpname");
+  }
+  utmp record{};
+  record.ut_type = USER_PROCESS;
+  record.ut_pid = 3000 + index;
+  std::snprintf(record.ut_id, sizeof(record.ut_id), "s%u", static_cast<unsigned>(index) % 100u);
+  std::snprintf(record.ut_line, sizeof(record.ut_line), "pts/%d", index);
+  std::strncpy(record.ut_user, user.c_str(), sizeof(record.ut_user) - 1);
+  setutent();
+  const bool written = pututline(&record) != nullptr;
+  endutent();
+  if (!written) {
+    throw std::runtime_error("pututline");
+  }
+}
+
+}  // namespace host::sandbox

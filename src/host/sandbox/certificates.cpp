@@ -1,11 +1,11 @@
-#include "support/cert_factory.h"
+#include "sandbox/certificates.h"
 
 #include <openssl/ec.h>
 #include <openssl/x509v3.h>
 
 #include <stdexcept>
 
-namespace tti::test {
+namespace host::sandbox {
 namespace {
 
 using namespace qel::tcp_traffic_interceptor::cert_stores;
@@ -24,9 +24,9 @@ void AddExtension(X509* certificate, X509* issuer, int nid, const char* value) {
   Require(extension && X509_add_ext(certificate, extension.get(), -1) == 1, value);
 }
 
-TestCertificate Make(const std::string& commonName, const TestCertificate* issuer) {
+SandboxCertificate Make(const std::string& commonName, const SandboxCertificate* issuer) {
   static long serial = 1;
-  TestCertificate made{X509Ptr(X509_new()), EvpPkeyPtr(EVP_EC_gen("P-256"))};
+  SandboxCertificate made{X509Ptr(X509_new()), EvpPkeyPtr(EVP_EC_gen("P-256"))};
   Require(made.x509 && made.key, "allocation");
   X509* x509 = made.x509.get();
   Require(X509_set_version(x509, 2) == 1, "version");
@@ -58,7 +58,7 @@ TestCertificate Make(const std::string& commonName, const TestCertificate* issue
 
 }  // namespace
 
-RawCert TestCertificate::Der() const {
+RawCert SandboxCertificate::Der() const {
   const int length = i2d_X509(x509.get(), nullptr);
   RawCert der(static_cast<size_t>(length));
   unsigned char* cursor = der.data();
@@ -66,7 +66,7 @@ RawCert TestCertificate::Der() const {
   return der;
 }
 
-std::string TestCertificate::Pem() const {
+std::string SandboxCertificate::Pem() const {
   BioPtr bio(BIO_new(BIO_s_mem()));
   PEM_write_bio_X509(bio.get(), x509.get());
   char* data = nullptr;
@@ -74,7 +74,7 @@ std::string TestCertificate::Pem() const {
   return std::string(data, static_cast<size_t>(length));
 }
 
-std::string TestCertificate::KeyPem() const {
+std::string SandboxCertificate::KeyPem() const {
   BioPtr bio(BIO_new(BIO_s_mem()));
   PEM_write_bio_PrivateKey(bio.get(), key.get(), nullptr, nullptr, 0, nullptr, nullptr);
   char* data = nullptr;
@@ -82,13 +82,13 @@ std::string TestCertificate::KeyPem() const {
   return std::string(data, static_cast<size_t>(length));
 }
 
-TestCertificate MakeRootCertificate(const std::string& commonName) {
+SandboxCertificate MakeRootCertificate(const std::string& commonName) {
   return Make(commonName, nullptr);
 }
 
-TestCertificate MakeServerCertificate(const TestCertificate& issuer,
-                                      const std::string& commonName) {
+SandboxCertificate MakeServerCertificate(const SandboxCertificate& issuer,
+                                         const std::string& commonName) {
   return Make(commonName, &issuer);
 }
 
-}  // namespace tti::test
+}  // namespace host::sandbox

@@ -97,8 +97,9 @@ uint16_t ReadPortSuffix(Cursor& cursor) {
   return static_cast<uint16_t>(ReadNumber(cursor, 10, 1, 5, 0xFFFF));
 }
 
-// Eight groups, high first.
-void ReadIpv6(Cursor& cursor, uint16_t (&groups)[8]) {
+// Looks ahead up to the ']': whether a dotted IPv4 tail is there. More colons than eight groups
+// allow (seven, or six with the tail) fail.
+bool ScanIpv6Shape(const Cursor& cursor) {
   size_t colons = 0;
   bool dotted = false;
   for (char character : cursor.Rest()) {
@@ -111,86 +112,105 @@ void ReadIpv6(Cursor& cursor, uint16_t (&groups)[8]) {
   if (colons > 7 || (colons == 7 && dotted)) {
     Fail();
   }
+  return dotted;
+}
 
-  uint16_t explicitGroups[8] = {};
+// Whether the group at the cursor is the dotted tail: a '.' comes before the next ':'.
+bool AtDottedTail(const Cursor& cursor) {
+  for (char character : cursor.Rest()) {
+    if (character == ':' || character == ']' || character == '%' || character == '\0') {
+      return false;
+    }
+    if (character == '.') {
+      return true;
+    }
+  }
+  return false;
+}
+
+// The groups as written, and where "::" stands among them (-1: nowhere).
+struct WrittenGroups {
+  uint16_t groups[8] = {};
   size_t count = 0;
-  int gapAt = -1;  // index into explicitGroups where "::" stands
-  bool tail = false;
+  int gapAt = -1;
+};
+
+// Reads the groups up to the first character that continues none; the dotted tail, when the text
+// has one, gives the last two.
+WrittenGroups ReadWrittenGroups(Cursor& cursor, bool dotted) {
+  WrittenGroups written;
   if (cursor.Peek() == ':') {
     if (cursor.Peek(1) != ':') {
       Fail();
     }
     cursor.Advance();
     cursor.Advance();
-    gapAt = 0;
+    written.gapAt = 0;
   }
   while (true) {
-    const size_t room = (gapAt >= 0 ? 7 : 8) - (dotted ? 2 : 0);
-    // The dotted tail: the rest up to a ':' holds a '.'.
-    bool tailNext = false;
-    if (dotted) {
-      for (char character : cursor.Rest()) {
-        if (character == ':' || character == ']' || character == '%' || character == '\0') {
-          break;
-        }
-        if (character == '.') {
-          tailNext = true;
-          break;
-        }
-      }
-    }
-    if (tailNext) {
-      if (count > room) {
+    const size_t room = (written.gapAt >= 0 ? 7 : 8) - (dotted ? 2 : 0);
+    if (dotted && AtDottedTail(cursor)) {
+      if (written.count > room) {
         Fail();
       }
       const uint32_t low = ReadFourParts(cursor);
-      explicitGroups[count++] = static_cast<uint16_t>(low >> 16);
-      explicitGroups[count++] = static_cast<uint16_t>(low);
-      tail = true;
-      break;
+      written.groups[written.count++] = static_cast<uint16_t>(low >> 16);
+      written.groups[written.count++] = static_cast<uint16_t>(low);
+      return written;
     }
     if (DigitValue(cursor.Peek(), 16) < 0) {
       // Only right after "::" may no group follow.
-      if (gapAt >= 0 && static_cast<size_t>(gapAt) == count) {
+      if (written.gapAt >= 0 && static_cast<size_t>(written.gapAt) == written.count) {
         break;
       }
       Fail();
     }
-    if (count >= room) {
+    if (written.count >= room) {
       Fail();
     }
-    explicitGroups[count++] = static_cast<uint16_t>(ReadNumber(cursor, 16, 1, 4, 0xFFFF));
+    written.groups[written.count++] = static_cast<uint16_t>(ReadNumber(cursor, 16, 1, 4, 0xFFFF));
     if (cursor.Peek() != ':') {
       break;
     }
     cursor.Advance();
     if (cursor.Peek() == ':') {
-      if (gapAt >= 0) {
+      if (written.gapAt >= 0) {
         Fail();
       }
       cursor.Advance();
-      gapAt = static_cast<int>(count);
+      written.gapAt = static_cast<int>(written.count);
     }
   }
-  if (dotted && !tail) {
+  if (dotted) {
+    Fail();  // the '.' was not in a tail
+  }
+  return written;
+}
+
+// Eight groups, high first: the written ones with the run of zeros where "::" stood.
+void ExpandGap(const WrittenGroups& written, uint16_t (&groups)[8]) {
+  if (written.gapAt < 0 ? written.count != 8 : written.count > 7) {
     Fail();
   }
-  if (gapAt < 0 ? count != 8 : count > 7) {
-    Fail();
-  }
-  const size_t zeros = 8 - count;
+  const size_t zeros = 8 - written.count;
   size_t out = 0;
-  for (size_t i = 0; i < count; ++i) {
-    if (static_cast<int>(i) == gapAt) {
+  for (size_t i = 0; i < written.count; ++i) {
+    if (static_cast<int>(i) == written.gapAt) {
       for (size_t z = 0; z < zeros; ++z) {
         groups[out++] = 0;
       }
     }
-    groups[out++] = explicitGroups[i];
+    groups[out++] = written.groups[i];
   }
   while (out < 8) {
     groups[out++] = 0;  // "::" at the end
   }
+}
+
+// Eight groups, high first.
+void ReadIpv6(Cursor& cursor, uint16_t (&groups)[8]) {
+  const bool dotted = ScanIpv6Shape(cursor);
+  ExpandGap(ReadWrittenGroups(cursor, dotted), groups);
 }
 
 }  // namespace

@@ -13,15 +13,6 @@ using process::ChildPlan;
 using process::Clock;
 using process::Deadline;
 
-void ResetOutputs(ProcessOptions& options) {
-  options.exitCode.reset();
-  options.signal.reset();
-  options.result = orv::errors::kOk;
-  options.stage = ChildStage::kNone;
-  options.errorValue = 0;
-  options.errorCategory = &std::system_category();
-}
-
 bool OptionsContradict(const ProcessOptions& options) {
   const int outputs = (options.stdoutCapture != nullptr) + (options.stdoutFd >= 0) +
                       static_cast<int>(options.inheritStdout);
@@ -40,9 +31,90 @@ result_t ErrnoFailure(ProcessOptions& options, ChildStage stage) {
                                error);
 }
 
+// Pipes for the streams the caller feeds or captures; their child ends go into the plan.
+result_t OpenPipes(ProcessOptions& options, process::PipeSlots& pipes, ChildPlan& plan) {
+  if (options.stdinData != nullptr) {
+    if (!process::MakePipe(pipes.stdinChild, pipes.stdinParent)) {
+      return ErrnoFailure(options, ChildStage::kStdinPipe);
+    }
+    plan.stdinFd = pipes.stdinChild.Get();
+  }
+  if (options.stdoutCapture != nullptr) {
+    if (!process::MakePipe(pipes.stdoutParent, pipes.stdoutChild)) {
+      return ErrnoFailure(options, ChildStage::kStdoutPipe);
+    }
+    plan.stdoutFd = pipes.stdoutChild.Get();
+  }
+  if (options.stderrCapture != nullptr) {
+    if (!process::MakePipe(pipes.stderrParent, pipes.stderrChild)) {
+      return ErrnoFailure(options, ChildStage::kStderrPipe);
+    }
+    plan.stderrFd = pipes.stderrChild.Get();
+  }
+  if (options.mergeStderr) {
+    plan.stderrFd = plan.stdoutFd;
+  }
+  return orv::errors::kOk;
+}
+
+// After the fork: feeds and drains the pipes, then waits for the child; the pump's failure wins.
+result_t PumpAndWait(ProcessOptions& options, process::PipeSlots& pipes, pid_t pid,
+                     const Deadline& deadline) {
+  process::ChildGuard child(pid);
+  pipes.CloseChildEnds();
+  result_t pumped = orv::errors::kOk;
+  if (pipes.AnyParentEnd()) {
+    for (const UniqueFd* end : {&pipes.stdinParent, &pipes.stdoutParent, &pipes.stderrParent}) {
+      if (*end) {
+        fcntl(end->Get(), F_SETFL, fcntl(end->Get(), F_GETFL) | O_NONBLOCK);
+      }
+    }
+    pumped = process::Pump(pipes, options, deadline);
+  }
+  const result_t waited = process::WaitForChild(child, deadline, options);
+  if (ORV_FAILED(pumped)) {
+    options.result = pumped;
+    return pumped;
+  }
+  return waited;
+}
+
 }  // namespace
 
 namespace process {
+
+void ResetOutputs(ProcessOptions& options) {
+  options.exitCode.reset();
+  options.signal.reset();
+  options.result = orv::errors::kOk;
+  options.stage = ChildStage::kNone;
+  options.errorValue = 0;
+  options.errorCategory = &std::system_category();
+}
+
+result_t PrepareChild(ProcessOptions& options, bool (*unfit)(const ProcessOptions&),
+                      std::string& path, ChildPlan& plan) {
+  ResetOutputs(options);
+  if (unfit(options)) {
+    return StoreFailure(options, orv::errors::kInvalidArgument, ChildStage::kOptionsRejected, 0);
+  }
+  path = ResolveExecutable(options.path);
+  if (path.empty()) {
+    return StoreFailure(options, orv::errors::kNotFound, ChildStage::kProgramNotFound, 0);
+  }
+  plan.path = path.c_str();
+  plan.args = options.args;
+  plan.env = options.env;
+  plan.cwd = options.cwd;
+  plan.stdinFd = options.stdinFd;
+  plan.stdoutFd = options.inheritStdout ? STDOUT_FILENO : options.stdoutFd;
+  plan.stderrFd = options.stderrFd;
+  plan.uid = options.uid;
+  plan.gid = options.gid;
+  plan.groups = options.groups.data();
+  plan.groupCount = options.groups.size();
+  return orv::errors::kOk;
+}
 
 result_t StoreFailure(ProcessOptions& options, result_t result, ChildStage stage, int error) {
   options.result = result;
@@ -83,51 +155,17 @@ bool PipeSlots::AnyParentEnd() const noexcept {
 }  // namespace process
 
 result_t RunProcess(ProcessOptions& options) {
-  ResetOutputs(options);
-  if (OptionsContradict(options)) {
-    return process::StoreFailure(options, orv::errors::kInvalidArgument,
-                                 ChildStage::kOptionsRejected, 0);
-  }
-  const std::string path = ResolveExecutable(options.path);
-  if (path.empty()) {
-    return process::StoreFailure(options, orv::errors::kNotFound, ChildStage::kProgramNotFound, 0);
-  }
+  std::string path;
   ChildPlan plan;
-  plan.path = path.c_str();
-  plan.args = options.args;
-  plan.env = options.env;
-  plan.cwd = options.cwd;
-  plan.stdinFd = options.stdinFd;
-  plan.stdoutFd = options.inheritStdout ? STDOUT_FILENO : options.stdoutFd;
-  plan.stderrFd = options.stderrFd;
-  plan.uid = options.uid;
-  plan.gid = options.gid;
-  plan.groups = options.groups.data();
-  plan.groupCount = options.groups.size();
+  if (const result_t prepared = process::PrepareChild(options, OptionsContradict, path, plan);
+      ORV_FAILED(prepared)) {
+    return prepared;
+  }
   plan.limits = options.limits.data();
   plan.limitCount = options.limits.size();
-
   process::PipeSlots pipes;
-  if (options.stdinData != nullptr) {
-    if (!process::MakePipe(pipes.stdinChild, pipes.stdinParent)) {
-      return ErrnoFailure(options, ChildStage::kStdinPipe);
-    }
-    plan.stdinFd = pipes.stdinChild.Get();
-  }
-  if (options.stdoutCapture != nullptr) {
-    if (!process::MakePipe(pipes.stdoutParent, pipes.stdoutChild)) {
-      return ErrnoFailure(options, ChildStage::kStdoutPipe);
-    }
-    plan.stdoutFd = pipes.stdoutChild.Get();
-  }
-  if (options.stderrCapture != nullptr) {
-    if (!process::MakePipe(pipes.stderrParent, pipes.stderrChild)) {
-      return ErrnoFailure(options, ChildStage::kStderrPipe);
-    }
-    plan.stderrFd = pipes.stderrChild.Get();
-  }
-  if (options.mergeStderr) {
-    plan.stderrFd = plan.stdoutFd;
+  if (const result_t opened = OpenPipes(options, pipes, plan); ORV_FAILED(opened)) {
+    return opened;
   }
   Deadline deadline;
   if (options.timeoutMs > 0) {
@@ -142,23 +180,7 @@ result_t RunProcess(ProcessOptions& options) {
     process::ApplyLimits(plan);
     process::RunChildSteps(plan);
   }
-  process::ChildGuard child(pid);
-  pipes.CloseChildEnds();
-  result_t pumped = orv::errors::kOk;
-  if (pipes.AnyParentEnd()) {
-    for (const UniqueFd* end : {&pipes.stdinParent, &pipes.stdoutParent, &pipes.stderrParent}) {
-      if (*end) {
-        fcntl(end->Get(), F_SETFL, fcntl(end->Get(), F_GETFL) | O_NONBLOCK);
-      }
-    }
-    pumped = process::Pump(pipes, options, deadline);
-  }
-  const result_t waited = process::WaitForChild(child, deadline, options);
-  if (ORV_FAILED(pumped)) {
-    options.result = pumped;
-    return pumped;
-  }
-  return waited;
+  return PumpAndWait(options, pipes, pid, deadline);
 }
 
 }  // namespace qel::tools

@@ -52,32 +52,12 @@ bool OptionsUnfit(const ProcessOptions& options) {
 }  // namespace
 
 result_t RunProcessDetached(ProcessOptions& options) {
-  options.exitCode.reset();
-  options.signal.reset();
-  options.result = orv::errors::kOk;
-  options.stage = ChildStage::kNone;
-  options.errorValue = 0;
-  options.errorCategory = &std::system_category();
-  if (OptionsUnfit(options)) {
-    return process::StoreFailure(options, orv::errors::kInvalidArgument,
-                                 ChildStage::kOptionsRejected, 0);
-  }
-  const std::string path = ResolveExecutable(options.path);
-  if (path.empty()) {
-    return process::StoreFailure(options, orv::errors::kNotFound, ChildStage::kProgramNotFound, 0);
-  }
+  std::string path;
   process::ChildPlan plan;
-  plan.path = path.c_str();
-  plan.args = options.args;
-  plan.env = options.env;
-  plan.cwd = options.cwd;
-  plan.stdinFd = options.stdinFd;
-  plan.stdoutFd = options.inheritStdout ? STDOUT_FILENO : options.stdoutFd;
-  plan.stderrFd = options.stderrFd;
-  plan.uid = options.uid;
-  plan.gid = options.gid;
-  plan.groups = options.groups.data();
-  plan.groupCount = options.groups.size();
+  if (const result_t prepared = process::PrepareChild(options, OptionsUnfit, path, plan);
+      ORV_FAILED(prepared)) {
+    return prepared;
+  }
 
   const pid_t pid = process::CloneProcess();
   if (pid < 0) {

@@ -4,6 +4,9 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
+
+#include "child_steps.h"
 
 #include "qel/tools/process_runner.h"
 #include "qel/tools/unique_fd.h"
@@ -47,6 +50,16 @@ bool MakePipe(UniqueFd& readEnd, UniqueFd& writeEnd) noexcept;
 
 // Stores a failure in the outputs and returns `result`.
 result_t StoreFailure(ProcessOptions& options, result_t result, ChildStage stage, int error);
+
+// Clears the outputs of a former run.
+void ResetOutputs(ProcessOptions& options);
+
+// The steps both runners take before the fork: the outputs cleared, the options checked with
+// `unfit` (kOptionsRejected), the program resolved into `path` (kProgramNotFound) and the plan
+// filled from the options, `path` included; limits and pipes are the caller's. 0 or the failure
+// stored in the outputs.
+result_t PrepareChild(ProcessOptions& options, bool (*unfit)(const ProcessOptions&),
+                      std::string& path, ChildPlan& plan);
 
 // Feeds stdinData and collects the captures until every parent end is closed. 0, or 0x80000221
 // when the deadline passed, or 0x80000041 when a capture could not grow; parent ends are then

@@ -57,18 +57,58 @@ result_t TcpInterceptorConfigurator::GetNetSettings(qel::settings::NetSettings& 
          "NetSettings&) const";
   // One revision for all four reads; none is written back from here.
   uint32_t revision = 0;
-
   tm::pdkSettings pdkSettings;
+  InvalidCertificateHandlerSettings invlCertSettings;
+  crypto::CertificateChainVerificationSettings certVerifierSettings;
+  const auto read = [&](uint32_t service, auto& record, const char* expression,
+                        const char* message) -> result_t {
+    return QEL_TRACE_IF_FAILED_AS(GetTracer(), ReadSettings(service, record, revision), expression)
+           << message;
+  };
   if (const result_t result =
-          QEL_TRACE_IF_FAILED_AS(GetTracer(),
-                                 ReadSettings(tm::CLDIS_TcpInterceptor, pdkSettings, revision),
-                                 "m_esm->GetServiceSettings2(tm::CLDIS_TcpInterceptor, "
-                                 "&pdkSettings, revision)")
-          << "Cannot get service settings";
+          read(tm::CLDIS_TcpInterceptor, pdkSettings,
+               "m_esm->GetServiceSettings2(tm::CLDIS_TcpInterceptor, &pdkSettings, revision)",
+               "Cannot get service settings");
       ORV_FAILED(result)) {
     return result;
   }
+  CopyPdkSettings(pdkSettings, settings);
+  if (const result_t result =
+          read(CLSID_NetworkPorts, settings.NetworkPorts,
+               "m_esm->GetServiceSettings2(CLSID_NetworkPorts, &ports, revision)",
+               "Cannot get network ports");
+      ORV_FAILED(result)) {
+    return result;
+  }
+  if (const result_t result = read(CLSID_InvalidCertificateHandler, invlCertSettings,
+                                   "m_esm->GetServiceSettings2( CLSID_InvalidCertificateHandler, "
+                                   "&invlCertSettings, revision)",
+                                   "Cannot get InvalidCertificateHandlerSettings");
+      ORV_FAILED(result)) {
+    return result;
+  }
+  settings.EncryptedConnectionsScanErrorAction =
+      invlCertSettings.addToAutoExcludes
+          ? qel::EncryptedConnectionsScanErrorAction::AddToAutoExclusions
+          : qel::EncryptedConnectionsScanErrorAction::Disconnect;
+  settings.UntrustedCertificateAction = invlCertSettings.action;
+  if (const result_t result =
+          read(crypto::CLSID_CertificateChainVerifier, certVerifierSettings,
+               "m_esm->GetServiceSettings2( crypto::CLSID_CertificateChainVerifier, "
+               "&certVerifierSettings, revision)",
+               "Cannot get crypto::CertificateChainVerificationSettings");
+      ORV_FAILED(result)) {
+    return result;
+  }
+  settings.CertificateVerificationPolicy =
+      certVerifierSettings.value1 == 7 && certVerifierSettings.value2 == 7
+          ? qel::CertificateVerificationPolicy::FullCheck
+          : qel::CertificateVerificationPolicy::LocalCheck;
+  return orv::errors::kOk;
+}
 
+void TcpInterceptorConfigurator::CopyPdkSettings(const tm::pdkSettings& pdkSettings,
+                                                 qel::settings::NetSettings& settings) const {
   settings.sslExcludes.clear();
   settings.sslExcludes.reserve(pdkSettings.ssl.excludes.size());
   for (const tm::SslExcludeRule& rule : pdkSettings.ssl.excludes) {
@@ -80,55 +120,11 @@ result_t TcpInterceptorConfigurator::GetNetSettings(qel::settings::NetSettings& 
   } else if (pdkSettings.ssl.mode == 1 || pdkSettings.ssl.mode == 2) {
     settings.EncryptedConnectionsScan = true;
   }
-
   ORV_TRACE(GetTracer(), kDetail) << "GetNetSettings"
                                   << ": "
                                   << "[FirewallBypass] Setting outgoing excludes";
   settings.outgoingExcludes = interception::RulesToExcludes(pdkSettings.outgoingExcludes);
   settings.endpointExcludes = interception::RulesToExcludes(pdkSettings.endpointExcludes);
-
-  if (const result_t result =
-          QEL_TRACE_IF_FAILED_AS(GetTracer(),
-                                 ReadSettings(CLSID_NetworkPorts, settings.NetworkPorts, revision),
-                                 "m_esm->GetServiceSettings2(CLSID_NetworkPorts, &ports, revision)")
-          << "Cannot get network ports";
-      ORV_FAILED(result)) {
-    return result;
-  }
-
-  InvalidCertificateHandlerSettings invlCertSettings;
-  if (const result_t result =
-          QEL_TRACE_IF_FAILED_AS(
-              GetTracer(),
-              ReadSettings(CLSID_InvalidCertificateHandler, invlCertSettings, revision),
-              "m_esm->GetServiceSettings2( CLSID_InvalidCertificateHandler, &invlCertSettings, "
-              "revision)")
-          << "Cannot get InvalidCertificateHandlerSettings";
-      ORV_FAILED(result)) {
-    return result;
-  }
-  settings.EncryptedConnectionsScanErrorAction =
-      invlCertSettings.addToAutoExcludes
-          ? qel::EncryptedConnectionsScanErrorAction::AddToAutoExclusions
-          : qel::EncryptedConnectionsScanErrorAction::Disconnect;
-  settings.UntrustedCertificateAction = invlCertSettings.action;
-
-  crypto::CertificateChainVerificationSettings certVerifierSettings;
-  if (const result_t result =
-          QEL_TRACE_IF_FAILED_AS(
-              GetTracer(),
-              ReadSettings(crypto::CLSID_CertificateChainVerifier, certVerifierSettings, revision),
-              "m_esm->GetServiceSettings2( crypto::CLSID_CertificateChainVerifier, "
-              "&certVerifierSettings, revision)")
-          << "Cannot get crypto::CertificateChainVerificationSettings";
-      ORV_FAILED(result)) {
-    return result;
-  }
-  settings.CertificateVerificationPolicy =
-      certVerifierSettings.value1 == 7 && certVerifierSettings.value2 == 7
-          ? qel::CertificateVerificationPolicy::FullCheck
-          : qel::CertificateVerificationPolicy::LocalCheck;
-  return orv::errors::kOk;
 }
 
 result_t TcpInterceptorConfigurator::GetAutoSslExcludes(qel::ssl::Excludes& excludes) const {

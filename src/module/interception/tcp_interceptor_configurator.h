@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "component/traffic_processing/traffic_monitor/pdk_settings.h"
 #include "orv/intrusive_ptr.h"
 #include "orv/object_impl.h"
 #include "orv/object_root.h"
@@ -52,6 +53,9 @@ class TcpInterceptorConfigurator : public ITcpInterceptorConfigurator,
   result_t SetInvalidCertificateHandlerSettings(const qel::settings::NetSettings& settings);
   result_t SetCertificateChainVerifierSettings(const qel::settings::NetSettings& settings);
 
+  // GetNetSettings' share of the engine's record: exclusions, scan mode, address exclusions.
+  void CopyPdkSettings(const ::traffic_processing::traffic_monitor::pdkSettings& pdkSettings,
+                       qel::settings::NetSettings& settings) const;
   // One read of `serviceKey`'s record into `record`.
   template <class Record>
   result_t ReadSettings(uint32_t serviceKey, Record& record, uint32_t& revision) const {

@@ -7,6 +7,7 @@
 
 #include "account_paths.h"
 #include "qel/tools/accounts.h"
+#include "user_entry.h"
 
 namespace qel::tools {
 namespace {
@@ -34,13 +35,7 @@ std::vector<QelUser> GetLocalUsers(uint64_t minUid, const UserGroupInfo& groups)
     if (found->pw_uid != 0 && found->pw_uid < minUid) {
       continue;
     }
-    QelUser user;
-    user.name = found->pw_name;
-    user.home = found->pw_dir;
-    user.uid = found->pw_uid;
-    user.gid = found->pw_gid;
-    user.role = GetUsersRole(user.name, user.uid, groups);
-    users.push_back(std::move(user));
+    users.push_back(accounts::UserFromEntry(*found, groups));
   }
   return users;
 }

@@ -7,6 +7,7 @@
 
 #include "account_paths.h"
 #include "qel/tools/accounts.h"
+#include "user_entry.h"
 
 namespace qel::tools {
 namespace {
@@ -57,13 +58,7 @@ result_t GetLoggedUsers(const UserGroupInfo& groups, std::vector<QelUser>& users
       continue;
     }
     // No uid filter: a system account that logged in is a user here.
-    QelUser user;
-    user.name = found->pw_name;
-    user.home = found->pw_dir;
-    user.uid = found->pw_uid;
-    user.gid = found->pw_gid;
-    user.role = GetUsersRole(user.name, user.uid, groups);
-    users.push_back(std::move(user));
+    users.push_back(accounts::UserFromEntry(*found, groups));
   }
   return orv::errors::kOk;
 }

@@ -2,15 +2,30 @@
 
 #include <atomic>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 
 #include "orv/intrusive_ptr.h"
 #include "orv/object.h"
 
 namespace host {
+namespace detail {
 
-// The shell of a host service: an atomic count, `delete this` at zero, and QueryInterface over the
-// listed interfaces (identifier 0 gives the first).
+// Whether `iid` names Interface; an interface without an identifier (the engine's connection
+// objects) is only ever asked for as 0.
+template <class Interface, class = void>
+struct Identified {
+  static bool Is(uint32_t) { return false; }
+};
+template <class Interface>
+struct Identified<Interface, std::void_t<decltype(Interface::kIid)>> {
+  static bool Is(uint32_t iid) { return iid == Interface::kIid; }
+};
+
+}  // namespace detail
+
+// The shell of a host service or of an engine double: an atomic count, `delete this` at zero, and
+// QueryInterface over the listed interfaces (identifier 0 gives the first).
 template <class First, class... Rest>
 class HostObject : public First, public Rest... {
  public:
@@ -27,10 +42,12 @@ class HostObject : public First, public Rest... {
   }
   result_t QueryInterface(uint32_t iid, void** object) override {
     void* found = nullptr;
-    if (iid == 0 || iid == First::kIid) {
+    if (iid == 0 || detail::Identified<First>::Is(iid)) {
       found = static_cast<First*>(this);
     }
-    ((found == nullptr && iid == Rest::kIid ? (found = static_cast<Rest*>(this)) : nullptr), ...);
+    ((found == nullptr && detail::Identified<Rest>::Is(iid) ? (found = static_cast<Rest*>(this))
+                                                            : nullptr),
+     ...);
     *object = found;
     if (!found) {
       return orv::errors::kNoInterface;

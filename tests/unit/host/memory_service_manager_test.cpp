@@ -107,20 +107,6 @@ INSTANTIATE_TEST_SUITE_P(Store, UpdateFailureTest,
                                                              orv::errors::kWrongSettingsType}),
                          [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(MemoryServiceManagerTest, Update_CurrentRevision_StoresCopyAndAddsOne) {
-  Settings record{};
-  uint32_t revision = 0;
-  ASSERT_EQ(Get(kKey, &record, Settings::kTypeId, revision), 0);
-  EXPECT_EQ(revision, 1u);
-  record = kBlocked;
-  ASSERT_EQ(Update(kKey, &record, Settings::kTypeId, revision), 0);
-  EXPECT_EQ(Stored(), kBlocked);
-  EXPECT_EQ(store->Revision(kKey, Settings::kTypeId), 2u);
-  // The old revision is spent.
-  EXPECT_EQ(Update(kKey, &record, Settings::kTypeId, revision), orv::errors::kRevisionMovedOn);
-  EXPECT_EQ(store->Revision(kKey, Settings::kTypeId), 2u);
-}
-
 TEST_F(MemoryServiceManagerTest, Update_AbsentRecordAtRevisionZero_CreatesAtOne) {
   Settings record = kBlocked;
   EXPECT_EQ(Update(kOtherKey, &record, Settings::kTypeId, 3), orv::errors::kRevisionMovedOn);
@@ -212,24 +198,6 @@ INSTANTIATE_TEST_SUITE_P(
                       InjectedFailureCase{"UpdateSticky", Operation::kUpdate, true},
                       InjectedFailureCase{"FlushOnce", Operation::kFlush, false}),
     [](const auto& info) { return std::string(info.param.name); });
-
-TEST_F(MemoryServiceManagerTest, Update_InjectedConflicts_RaiseRevisionThenWrite) {
-  store->InjectConflicts(2);
-  Settings record = kBlocked;
-  EXPECT_EQ(Update(kKey, &record, Settings::kTypeId, 1), orv::errors::kRevisionMovedOn);
-  EXPECT_EQ(Update(kKey, &record, Settings::kTypeId, 2), orv::errors::kRevisionMovedOn);
-  EXPECT_EQ(Stored(), Settings{});
-  EXPECT_EQ(store->Revision(kKey, Settings::kTypeId), 3u);
-  EXPECT_EQ(Update(kKey, &record, Settings::kTypeId, 3), 0);
-  EXPECT_EQ(Stored(), kBlocked);
-
-  EXPECT_EQ(store->updates(), 3u);
-  EXPECT_EQ(store->conflicts(), 2u);
-  EXPECT_EQ(store->writes(), 1u);
-  EXPECT_EQ(store->lastMode(), 1u);
-  EXPECT_EQ(store->reads(), 0u);  // Read() and Revision() are the test's, not the module's
-  EXPECT_EQ(store->flushes(), 0u);
-}
 
 }  // namespace
 }  // namespace host

@@ -51,13 +51,6 @@ class UpdateServiceSettingsSyncTest : public ::testing::Test {
   orv::intrusive_ptr<ServiceLocator> locator = MakeObject<ServiceLocator>();
 };
 
-TEST_F(UpdateServiceSettingsSyncTest, Sync_ModifierSaysUnchanged_OneReadNoWrite) {
-  EXPECT_EQ(Run([](Settings&) { return 1; }), 1);
-  EXPECT_EQ(store->reads(), 1u);
-  EXPECT_EQ(store->updates(), 0u);
-  EXPECT_EQ(store->flushes(), 0u);
-}
-
 class SyncFlagTest : public UpdateServiceSettingsSyncTest,
                      public ::testing::WithParamInterface<bool> {};
 
@@ -83,18 +76,6 @@ TEST_F(UpdateServiceSettingsSyncTest, Sync_Success_TracesEntryAndExitLines) {
             (std::vector<std::string>{"UpdateServiceSettingsSync() serviceKey=0xb10fd857, sync=1",
                                       "UpdateServiceSettingsSync() <- 0x00000000 (No error) "}));
   EXPECT_EQ(tracer->openRecords(), 0u);
-}
-
-TEST_F(UpdateServiceSettingsSyncTest, Sync_NullTracer_Writes) {
-  EXPECT_EQ(qel::tools::UpdateServiceSettingsSync<Settings>(
-                nullptr, locator.get(), kKey,
-                [](Settings& settings) {
-                  settings.addToAutoExcludes = false;
-                  return 0;
-                },
-                true),
-            0);
-  EXPECT_FALSE(Stored().addToAutoExcludes);
 }
 
 TEST_F(UpdateServiceSettingsSyncTest, Sync_Conflict_RerunsModifierOnFreshRecord) {

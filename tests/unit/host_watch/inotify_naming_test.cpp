@@ -66,48 +66,6 @@ class InotifyNaming : public ::testing::Test {
   int sentinels = 0;
 };
 
-// Several missing levels appear one by one; then the tree goes and comes back.
-TEST_F(InotifyNaming, Subscribe_PathAppearsLaterAndAgainAfterRemoval) {
-  const std::string top = temporary.path() + "/a";
-  const std::string watched = top + "/b/c";
-  Subscribe(watched, IN_CREATE);
-  MakeDirectories(top);
-  MakeDirectories(top + "/b");
-  MakeDirectories(watched);
-  ASSERT_TRUE(receiver->WaitFor(watched, kCreated));
-  WriteFile(watched + "/one");
-  ASSERT_TRUE(receiver->WaitFor(watched + "/one", kCreated));
-
-  std::filesystem::remove_all(top);
-  MakeDirectories(watched + "/deep");
-  WriteFile(watched + "/deep/two");
-  EXPECT_TRUE(receiver->WaitFor(watched + "/deep/two", kCreated));
-  Flush();
-  // Nothing above the subscribed path is reported.
-  for (const SeenEvent& event : receiver->events()) {
-    EXPECT_TRUE(event.name.rfind(watched, 0) == 0 ||
-                event.name.find("sentinel") != std::string::npos)
-        << event.name;
-  }
-}
-
-// A profile directory made later under a watched top directory: the database inside it arrives
-// as created with the exact name, as do files in directories made deeper still.
-TEST_F(InotifyNaming, Subscribe_NewDatabaseDeepInNewProfile) {
-  const std::string home = temporary.path() + "/home/user";
-  const std::string top = home + "/.mozilla/firefox";
-  Subscribe(top, IN_CREATE);
-  MakeDirectories(home);
-  MakeDirectories(top + "/abcd.default-release");
-  WriteFile(top + "/abcd.default-release/cert9.db");
-  EXPECT_TRUE(receiver->WaitFor(top + "/abcd.default-release/cert9.db", kCreated));
-
-  MakeDirectories(top + "/later/one/two");
-  WriteFile(top + "/later/one/two/cert9.db");
-  EXPECT_TRUE(receiver->WaitFor(top + "/later/one/two/cert9.db", kCreated));
-  EXPECT_TRUE(receiver->Saw(top + "/later", kCreated));
-}
-
 // Entries inside a directory that appears are reported as created even when they were there
 // before the provider could watch the directory (made elsewhere, then moved in).
 TEST_F(InotifyNaming, Subscribe_DirectoryMovedInReportsItsEntries) {
@@ -205,37 +163,6 @@ TEST_F(InotifyNaming, Subscribe_OnlySubscribedBits) {
   for (const SeenEvent& event : events) {
     EXPECT_EQ(event, (SeenEvent{file, kModified}));
   }
-}
-
-// The common bits of one directory with everything subscribed, in the kernel's order.
-TEST_F(InotifyNaming, Subscribe_TypesOfCommonEvents) {
-  const std::string top = temporary.path() + "/top";
-  MakeDirectories(top);
-  Subscribe(top, IN_ALL_EVENTS);
-  WriteFile(top + "/f", "text");  // create, open, modify, close after write
-  {
-    std::ifstream read(top + "/f");
-    std::string text;
-    read >> text;
-  }  // open, close
-  ASSERT_EQ(chmod((top + "/f").c_str(), 0600), 0);
-  ASSERT_EQ(std::rename((top + "/f").c_str(), (top + "/g").c_str()), 0);
-  ASSERT_EQ(unlink((top + "/g").c_str()), 0);
-  Flush();
-  const std::vector<SeenEvent> expected = {
-      {top + "/f", kCreated},          {top + "/f", kOpened},    {top + "/f", kModified},
-      {top + "/f", kClosedAfterWrite}, {top + "/f", kOpened},    {top + "/f", kClosedWithoutWrite},
-      {top + "/f", kAttributes},       {top + "/f", kMovedFrom}, {top + "/g", kMovedTo},
-      {top + "/g", kDeleted},
-  };
-  std::vector<SeenEvent> seen;
-  for (const SeenEvent& event : EventsUnder(top + "/")) {
-    // Reading may add an access event; the rest must come exactly in this order.
-    if (event.type != 2) {
-      seen.push_back(event);
-    }
-  }
-  EXPECT_EQ(seen, expected);
 }
 
 // The name is the subscribed path as written, "/" only when it does not end in one.

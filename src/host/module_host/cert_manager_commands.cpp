@@ -13,9 +13,8 @@
 #include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/conversions/openssl_types.h"
 #include "crypto/trusted_certificate_provider.h"
-#include "host/host_services.h"
-#include "host/module_loader.h"
 #include "info_report.h"
+#include "module_session.h"
 #include "orv/intrusive_ptr.h"
 #include "qel/tcp_traffic_interceptor/certificate_manager.h"
 #include "qel/tcp_traffic_interceptor/class_ids.h"
@@ -72,33 +71,13 @@ qel::RawCert ToRaw(const std::vector<uint8_t>& der) {
 class Session {
  public:
   Session(const std::string& modulePath, orv::ITracer* tracer, const std::string& trustedDirectory)
-      : m_module(modulePath), m_services(host::HostServices::Create(tracer, trustedDirectory)) {
-    orv::intrusive_ptr<orv::IObjectFactory> factory;
-    Check(m_module.GetObjectFactory(m_services.locator.get(), tti::CLSID_CertificateManager,
-                                    factory.Ref()),
-          "orvGetObjectFactory");
-    Check(factory->CreateInstance(m_services.locator.get(), tti::ICertificateManager::kIid,
-                                  reinterpret_cast<void**>(m_manager.Ref())),
-          "CreateInstance");
-  }
-  ~Session() {
-    m_manager.reset();
-    m_module.Unload();
-  }
-  Session(const Session&) = delete;
-  Session& operator=(const Session&) = delete;
+      : m_session(modulePath, tracer, trustedDirectory),
+        m_manager(m_session.Create<tti::ICertificateManager>(tti::CLSID_CertificateManager)) {}
 
   tti::ICertificateManager& manager() { return *m_manager; }
 
  private:
-  static void Check(result_t result, const char* call) {
-    if (ORV_FAILED(result)) {
-      throw std::runtime_error(std::string(call) + " failed: " + ResultText(result));
-    }
-  }
-
-  host::LoadedModule m_module;
-  host::HostServices m_services;
+  ModuleSession m_session;
   orv::intrusive_ptr<tti::ICertificateManager> m_manager;
 };
 

@@ -1,14 +1,12 @@
 #include "interception_commands.h"
 
-#include <fstream>
 #include <stdexcept>
 #include <utility>
 
 #include "component/traffic_processing/traffic_monitor/pdk_settings.h"
 #include "host/host_services.h"
-#include "host/module_loader.h"
 #include "info_report.h"
-#include "orv/intrusive_ptr.h"
+#include "module_session.h"
 #include "orv/result.h"
 #include "qel/tcp_traffic_interceptor/class_ids.h"
 #include "qel/tcp_traffic_interceptor/tcp_interceptor.h"
@@ -23,12 +21,9 @@ namespace tm = ::traffic_processing::traffic_monitor;
 using nlohmann::json;
 
 nlohmann::json ReadJsonFile(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) {
-    throw std::runtime_error("cannot open " + path);
-  }
+  const std::string text = ReadWholeFile(path);
   try {
-    return json::parse(file);
+    return json::parse(text);
   } catch (const json::exception& error) {
     throw std::runtime_error(path + ": " + error.what());
   }
@@ -36,52 +31,26 @@ nlohmann::json ReadJsonFile(const std::string& path) {
 
 std::string ResultText(result_t result) { return Hex(static_cast<uint32_t>(result)); }
 
-// The module loaded into fresh host services; objects made here are released before it unloads.
-class Session {
- public:
-  Session(const std::string& modulePath, orv::ITracer* tracer)
-      : m_module(modulePath), m_services(host::HostServices::Create(tracer)) {}
-  ~Session() { m_module.Unload(); }
+// What the module cost the settings store so far.
+json Counters(ModuleSession& session) {
+  const host::MemoryServiceManager& settings = *session.services().settings;
+  return {
+      {"reads", settings.reads()}, {"writes", settings.writes()}, {"flushes", settings.flushes()}};
+}
 
-  template <class T>
-  orv::intrusive_ptr<T> Create(uint32_t classId) {
-    orv::intrusive_ptr<orv::IObjectFactory> factory;
-    Check(m_module.GetObjectFactory(m_services.locator.get(), classId, factory.Ref()),
-          "orvGetObjectFactory");
-    orv::intrusive_ptr<T> object;
-    Check(factory->CreateInstance(m_services.locator.get(), T::kIid,
-                                  reinterpret_cast<void**>(object.Ref())),
-          "CreateInstance");
-    return object;
-  }
-  json Counters() const {
-    return {{"reads", m_services.settings->reads()},
-            {"writes", m_services.settings->writes()},
-            {"flushes", m_services.settings->flushes()}};
-  }
-  json Engine() const {
-    tm::pdkSettings record;
-    m_services.settings->Read(tm::CLDIS_TcpInterceptor, record);
-    return EngineToJson(record);
-  }
-
- private:
-  static void Check(result_t result, const char* call) {
-    if (ORV_FAILED(result)) {
-      throw std::runtime_error(std::string(call) + " failed: " + ResultText(result));
-    }
-  }
-
-  host::LoadedModule m_module;
-  host::HostServices m_services;
-};
+// The engine's record as the module left it.
+json EngineRecord(ModuleSession& session) {
+  tm::pdkSettings record;
+  session.services().settings->Read(tm::CLDIS_TcpInterceptor, record);
+  return EngineToJson(record);
+}
 
 // One application of `settings`, with what it cost.
-json Apply(Session& session, tti::ITcpInterceptorConfigurator& configurator,
+json Apply(ModuleSession& session, tti::ITcpInterceptorConfigurator& configurator,
            const qel::settings::NetSettings& settings) {
-  const json before = session.Counters();
+  const json before = Counters(session);
   const result_t result = configurator.SetNetSettings(settings);
-  const json after = session.Counters();
+  const json after = Counters(session);
   json cost;
   for (const char* counter : {"reads", "writes", "flushes"}) {
     cost[counter] = after[counter].get<uint64_t>() - before[counter].get<uint64_t>();
@@ -95,7 +64,7 @@ json RunPorts(const std::string& modulePath, orv::ITracer* tracer, const std::st
               const std::string& file) {
   const qel::settings::NetworkPorts ports =
       action == "set" ? NetworkPortsFromJson(ReadJsonFile(file)) : qel::settings::NetworkPorts();
-  Session session(modulePath, tracer);
+  ModuleSession session(modulePath, tracer);
   json report;
   {
     auto interceptor = session.Create<tti::ITcpInterceptor>(tti::CLSID_NetworkPorts);
@@ -113,9 +82,10 @@ json RunPorts(const std::string& modulePath, orv::ITracer* tracer, const std::st
         result = settings->SetSettings(&ports);
       }
     }
-    report = {{"action", action}, {"result", ResultText(result)}, {"engine", session.Engine()}};
+    report = {
+        {"action", action}, {"result", ResultText(result)}, {"engine", EngineRecord(session)}};
   }
-  report["counters"] = session.Counters();
+  report["counters"] = Counters(session);
   return report;
 }
 
@@ -123,7 +93,7 @@ json RunNetSettings(const std::string& modulePath, orv::ITracer* tracer, const s
                     const std::string& file, int times) {
   const qel::settings::NetSettings wanted =
       action == "set" ? NetSettingsFromJson(ReadJsonFile(file)) : qel::settings::NetSettings();
-  Session session(modulePath, tracer);
+  ModuleSession session(modulePath, tracer);
   json report = json::object();
   {
     auto configurator =
@@ -148,7 +118,7 @@ json RunTrusted(const std::string& modulePath, orv::ITracer* tracer, const std::
   const qel::settings::TrustedAddresses wanted = action == "set"
                                                      ? TrustedAddressesFromJson(ReadJsonFile(file))
                                                      : qel::settings::TrustedAddresses();
-  Session session(modulePath, tracer);
+  ModuleSession session(modulePath, tracer);
   json report = json::object();
   {
     auto configurator =
@@ -165,7 +135,7 @@ json RunTrusted(const std::string& modulePath, orv::ITracer* tracer, const std::
 
 json RunInterception(const std::string& modulePath, orv::ITracer* tracer, const std::string& file) {
   const qel::settings::NetSettings wanted = NetSettingsFromJson(ReadJsonFile(file));
-  Session session(modulePath, tracer);
+  ModuleSession session(modulePath, tracer);
   json steps = json::array();
   {
     auto interceptor = session.Create<tti::ITcpInterceptor>(tti::CLSID_NetworkPorts);
@@ -174,7 +144,7 @@ json RunInterception(const std::string& modulePath, orv::ITracer* tracer, const 
     const result_t started = interceptor->StartInterception();
     steps.push_back({{"step", "start interception"},
                      {"result", ResultText(started)},
-                     {"enginePorts", session.Engine()["ports"].size()}});
+                     {"enginePorts", EngineRecord(session)["ports"].size()}});
     json first = Apply(session, *configurator, wanted);
     first["step"] = "apply settings";
     steps.push_back(first);
@@ -184,9 +154,9 @@ json RunInterception(const std::string& modulePath, orv::ITracer* tracer, const 
     const result_t stopped = interceptor->StopInterception();
     steps.push_back({{"step", "stop interception"},
                      {"result", ResultText(stopped)},
-                     {"enginePorts", session.Engine()["ports"].size()}});
+                     {"enginePorts", EngineRecord(session)["ports"].size()}});
   }
-  return {{"steps", steps}, {"counters", session.Counters()}};
+  return {{"steps", steps}, {"counters", Counters(session)}};
 }
 
 }  // namespace module_host

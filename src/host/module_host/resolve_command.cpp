@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 #include "component/traffic_processing/protocollers/ssl/auto_excludes/auto_exclude_request.h"
@@ -14,10 +13,8 @@
 #include "engine/pem_chain.h"
 #include "host/event_publisher.h"
 #include "host/host_object.h"
-#include "host/host_services.h"
-#include "host/module_loader.h"
 #include "info_report.h"
-#include "orv/intrusive_ptr.h"
+#include "module_session.h"
 #include "qel/enums/verification_result.h"
 #include "qel/tcp_traffic_interceptor/class_ids.h"
 #include "qel/tcp_traffic_interceptor/invalid_certificate_handler.h"
@@ -29,16 +26,6 @@ namespace tti = qel::tcp_traffic_interceptor;
 namespace ssl = ::traffic_processing::protocollers::ssl;
 namespace auto_excludes = ::traffic_processing::protocollers::ssl::auto_excludes;
 using json = nlohmann::ordered_json;
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    throw std::runtime_error("cannot open " + path);
-  }
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
 
 // The publisher's lines since `offset` of its file, each parsed back into an ordered object.
 json EventsSince(const std::string& path, std::streamoff& offset) {
@@ -77,20 +64,6 @@ class EventsFile {
   std::string m_directory;
   std::string m_path;
 };
-
-void Check(result_t result, const char* call) {
-  if (ORV_FAILED(result)) {
-    throw std::runtime_error(std::string(call) + " failed: " + Hex(static_cast<uint32_t>(result)));
-  }
-}
-
-// The handler's seven interfaces are one object; each operation asks for the one it needs.
-template <class I>
-orv::intrusive_ptr<I> As(orv::IObject* object) {
-  orv::intrusive_ptr<I> found;
-  Check(object->QueryInterface(I::kIid, reinterpret_cast<void**>(found.Ref())), "QueryInterface");
-  return found;
-}
 
 json RunOperation(const std::string& operation, orv::IObject* handler,
                   const ResolveRequest& request, const std::vector<engine::Der>& chain,
@@ -169,47 +142,37 @@ uint32_t ParseVerification(const std::string& text) {
 
 json RunResolve(const std::string& modulePath, orv::ITracer* tracer,
                 const ResolveRequest& request) {
-  const std::vector<engine::Der> chain = engine::ReadPemChain(ReadFile(request.chainFile));
+  const std::vector<engine::Der> chain = engine::ReadPemChain(ReadWholeFile(request.chainFile));
   EventsFile eventsFile;
-  host::LoadedModule module(modulePath);
+  ModuleSession session(modulePath, tracer);
+  host::HostServices& services = session.services();
+  services.events = host::MakeObject<host::EventPublisher>(eventsFile.path());
+  services.locator->Add<qel::INonRemoteEventPublisher>(services.events.get());
+  qel::TaskInfo task;
+  task.id = 1;
+  task.name = orv::types::string16_t(u"Web Threat Protection");
+  task.type = orv::types::string16_t(u"Web_Threat_Protection");
+  task.state = qel::TaskState::Started;
+  services.tasks->Configure({task});
+
+  auto settings =
+      session.Create<tti::IInvalidCertificateHandlerSettings>(tti::CLSID_InvalidCertificateHandler);
+  tti::InvalidCertificateHandlerSettings record;
+  record.action = static_cast<qel::UntrustedCertificateAction::Type>(request.action);
+  record.addToAutoExcludes = request.autoExcludes;
+  Check(settings->SetSettings(&record), "SetSettings");
+
   json report;
-  {
-    host::HostServices services = host::HostServices::Create(tracer);
-    services.events = host::MakeObject<host::EventPublisher>(eventsFile.path());
-    services.locator->Add<qel::INonRemoteEventPublisher>(services.events.get());
-    qel::TaskInfo task;
-    task.id = 1;
-    task.name = orv::types::string16_t(u"Web Threat Protection");
-    task.type = orv::types::string16_t(u"Web_Threat_Protection");
-    task.state = qel::TaskState::Started;
-    services.tasks->Configure({task});
-
-    orv::intrusive_ptr<orv::IObjectFactory> factory;
-    Check(module.GetObjectFactory(services.locator.get(), tti::CLSID_InvalidCertificateHandler,
-                                  factory.Ref()),
-          "orvGetObjectFactory");
-    orv::intrusive_ptr<tti::IInvalidCertificateHandlerSettings> settings;
-    Check(factory->CreateInstance(services.locator.get(),
-                                  tti::IInvalidCertificateHandlerSettings::kIid,
-                                  reinterpret_cast<void**>(settings.Ref())),
-          "CreateInstance");
-    tti::InvalidCertificateHandlerSettings record;
-    record.action = static_cast<qel::UntrustedCertificateAction::Type>(request.action);
-    record.addToAutoExcludes = request.autoExcludes;
-    Check(settings->SetSettings(&record), "SetSettings");
-
-    report["domain"] = request.domain;
-    report["certificates"] = chain.size();
-    report["settings"] = {{"action", request.action}, {"addToAutoExcludes", request.autoExcludes}};
-    report["operations"] = json::array();
-    std::streamoff offset = 0;
-    for (const std::string& operation : request.operations) {
-      json entry = RunOperation(operation, settings.get(), request, chain, services);
-      entry["events"] = EventsSince(eventsFile.path(), offset);
-      report["operations"].push_back(std::move(entry));
-    }
+  report["domain"] = request.domain;
+  report["certificates"] = chain.size();
+  report["settings"] = {{"action", request.action}, {"addToAutoExcludes", request.autoExcludes}};
+  report["operations"] = json::array();
+  std::streamoff offset = 0;
+  for (const std::string& operation : request.operations) {
+    json entry = RunOperation(operation, settings.get(), request, chain, services);
+    entry["events"] = EventsSince(eventsFile.path(), offset);
+    report["operations"].push_back(std::move(entry));
   }
-  module.Unload();
   return report;
 }
 

@@ -46,9 +46,8 @@ result_t InvalidCertificateHandler::PublishCertificateDetectedEvent(
          "qel::tcp_traffic_interceptor::InvalidCertificateHandler::PublishCertificateDetectedEvent("
          "const orv::optional_t<qel::UserInfo>&, const orv::types::string8_t&, const "
          "qel::tcp_traffic_interceptor::InvalidCertificateHandler::UntrustedCertificate&) const";
-  qel::Event event = NewEvent(EventName::UntrustedCertificateDetected, DangerLevel::Critical);
-  AppendCertificateFields(event, domain, cert);
-  return PublishEvent(event, user);
+  return PublishCertificateEvent(EventName::UntrustedCertificateDetected, DangerLevel::Critical,
+                                 user, domain, cert);
 }
 
 result_t InvalidCertificateHandler::PublishCertificateAllowedEvent(
@@ -59,9 +58,8 @@ result_t InvalidCertificateHandler::PublishCertificateAllowedEvent(
          "qel::tcp_traffic_interceptor::InvalidCertificateHandler::PublishCertificateAllowedEvent("
          "const orv::optional_t<qel::UserInfo>&, const orv::types::string8_t&, const "
          "qel::tcp_traffic_interceptor::InvalidCertificateHandler::UntrustedCertificate&) const";
-  qel::Event event = NewEvent(EventName::UntrustedCertificateAllowed, DangerLevel::Warning);
-  AppendCertificateFields(event, domain, cert);
-  return PublishEvent(event, user);
+  return PublishCertificateEvent(EventName::UntrustedCertificateAllowed, DangerLevel::Warning, user,
+                                 domain, cert);
 }
 
 result_t InvalidCertificateHandler::PublishCertificateBlockedEvent(
@@ -72,9 +70,35 @@ result_t InvalidCertificateHandler::PublishCertificateBlockedEvent(
          "qel::tcp_traffic_interceptor::InvalidCertificateHandler::PublishCertificateBlockedEvent("
          "const orv::optional_t<qel::UserInfo>&, const orv::types::string8_t&, const "
          "qel::tcp_traffic_interceptor::InvalidCertificateHandler::UntrustedCertificate&) const";
-  qel::Event event = NewEvent(EventName::UntrustedCertificateBlocked, DangerLevel::Warning);
+  return PublishCertificateEvent(EventName::UntrustedCertificateBlocked, DangerLevel::Warning, user,
+                                 domain, cert);
+}
+
+result_t InvalidCertificateHandler::PublishCertificateEvent(
+    EventName::Type name, DangerLevel::Type level, const orv::optional_t<qel::UserInfo>& user,
+    const orv::types::string8_t& domain, const UntrustedCertificate& cert) const {
+  qel::Event event = NewEvent(name, level);
   AppendCertificateFields(event, domain, cert);
   return PublishEvent(event, user);
+}
+
+void InvalidCertificateHandler::AppendOwnerTask(qel::Event& event) const {
+  for (const orv::types::string16_t& type : OwnerTaskTypes()) {
+    TaskInfo task;
+    task.state = TaskState::Unknown;
+    if (ORV_FAILED(m_taskManager->FindTask(type, task, HandlerCaller())) ||
+        task.state == TaskState::Stopped || task.state == TaskState::Unknown) {
+      continue;
+    }
+    Variant value = Variant::String16(task.name);
+    AppendField(AdditionalName::TaskName, value, event.additionalFields);
+    value = Variant::String16(task.type);
+    AppendField(AdditionalName::TaskType, value, event.additionalFields);
+    value = Variant::UInt64(task.id);
+    AppendField(AdditionalName::TaskId, value, event.additionalFields);
+    return;
+  }
+  ORV_TRACE(GetTracer(), kWarning) << "Event from unknown task";
 }
 
 result_t InvalidCertificateHandler::PublishEvent(qel::Event& event,
@@ -88,27 +112,7 @@ result_t InvalidCertificateHandler::PublishEvent(qel::Event& event,
     AppendField(AdditionalName::AccessUserId, value, event.additionalFields);
   }
 
-  bool taskFound = false;
-  TaskInfo task;
-  for (const orv::types::string16_t& type : OwnerTaskTypes()) {
-    task = TaskInfo();
-    task.state = TaskState::Unknown;
-    if (ORV_SUCCEEDED(m_taskManager->FindTask(type, task, HandlerCaller())) &&
-        task.state != TaskState::Stopped && task.state != TaskState::Unknown) {
-      taskFound = true;
-      break;
-    }
-  }
-  if (taskFound) {
-    Variant value = Variant::String16(task.name);
-    AppendField(AdditionalName::TaskName, value, event.additionalFields);
-    value = Variant::String16(task.type);
-    AppendField(AdditionalName::TaskType, value, event.additionalFields);
-    value = Variant::UInt64(task.id);
-    AppendField(AdditionalName::TaskId, value, event.additionalFields);
-  } else {
-    ORV_TRACE(GetTracer(), kWarning) << "Event from unknown task";
-  }
+  AppendOwnerTask(event);
 
   orv::intrusive_ptr<qel::INonRemoteEventPublisher> publisher;
   if (const result_t result =

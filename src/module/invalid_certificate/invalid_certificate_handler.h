@@ -124,6 +124,13 @@ class InvalidCertificateHandler : public IInvalidCertificateHandlerConstruct,
   result_t PublishCertificateBlockedEvent(const orv::optional_t<qel::UserInfo>& user,
                                           const orv::types::string8_t& domain,
                                           const UntrustedCertificate& cert) const;
+  // A certificate event of `name` and `level` with the certificate's fields, published.
+  result_t PublishCertificateEvent(EventName::Type name, DangerLevel::Type level,
+                                   const orv::optional_t<qel::UserInfo>& user,
+                                   const orv::types::string8_t& domain,
+                                   const UntrustedCertificate& cert) const;
+  // The first running task that may own the event, or a warning line when none runs.
+  void AppendOwnerTask(qel::Event& event) const;
   // Adds user and task and hands `event` to the host's publisher.
   result_t PublishEvent(qel::Event& event, const orv::optional_t<qel::UserInfo>& user) const;
 

@@ -51,15 +51,10 @@ TEST_P(ResultFromErrnoTest, ResultFromErrno_MapsRow) {
   EXPECT_EQ(static_cast<uint32_t>(orv::ResultFromErrno(GetParam().error)), GetParam().result);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, ResultFromErrnoTest,
-    testing::Values(ErrnoRow{0, 0}, ErrnoRow{1, 0x80000045}, ErrnoRow{2, 0x80010102},
-                    ErrnoRow{5, 0x80000059}, ErrnoRow{8, 0x80010117}, ErrnoRow{9, 0x80010101},
-                    ErrnoRow{12, 0x80000041}, ErrnoRow{13, 0x80000045}, ErrnoRow{16, 0x8000004f},
-                    ErrnoRow{17, 0x80010105}, ErrnoRow{20, 0x80010103}, ErrnoRow{22, 0x80000046},
-                    ErrnoRow{26, 0x8000004f}, ErrnoRow{27, 0x80000078}, ErrnoRow{28, 0x80000062},
-                    ErrnoRow{36, 0x8000005c}, ErrnoRow{40, 0x8000006a}, ErrnoRow{75, 0x80000044},
-                    ErrnoRow{65535, 0x80010107}));
+INSTANTIATE_TEST_SUITE_P(Table, ResultFromErrnoTest,
+                         testing::Values(ErrnoRow{0, 0}, ErrnoRow{1, 0x80000045},
+                                         ErrnoRow{2, 0x80010102}, ErrnoRow{22, 0x80000046},
+                                         ErrnoRow{65535, 0x80010107}));
 
 // Numbers outside the table: raw facility 6 up to 65535, the unspecified platform error above.
 INSTANTIATE_TEST_SUITE_P(Other, ResultFromErrnoTest,

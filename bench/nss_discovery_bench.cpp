@@ -61,7 +61,7 @@ void Path(const std::string& base, const std::vector<std::string>& parts) {
 
 // A home of the usual kinds: a browser profile, the shared NSS directory, for every third user a
 // sandboxed package with its own, and decoys that hold "cert9.db" files the walk must not reach
-// (outside the five names) or plenty of entries it must pass by.
+// (outside the places) or plenty of entries it must pass by.
 void MakeHome(const std::string& home, int index) {
   Directory(home);
   const std::string profile = home + "/.mozilla/firefox/" + std::to_string(index) + ".default";
@@ -83,8 +83,22 @@ void MakeHome(const std::string& home, int index) {
   }
   Path(home, {".local", "share", "pki", "nssdb"});
   File(home + "/.local/share/pki/nssdb/cert9.db");
+  Path(home, {".local", "share", "applications"});
+  Files(home + "/.local/share/applications", "a", 10);
   Path(home, {".config", "chromium", "Default"});
   Files(home + "/.config/chromium/Default", "f", 15);
+  if (index % 2 == 0) {
+    Path(home, {".config", "mozilla", "firefox", "n.default-esr"});
+    File(home + "/.config/mozilla/firefox/n.default-esr/cert9.db");
+  }
+  if (index % 4 == 0) {
+    Path(home, {".thunderbird", "t.default-esr"});
+    File(home + "/.thunderbird/t.default-esr/cert9.db");
+  }
+  if (index % 5 == 0) {
+    Path(home, {".var", "app", "org.mozilla.firefox", ".mozilla", "firefox", "f.default"});
+    File(home + "/.var/app/org.mozilla.firefox/.mozilla/firefox/f.default/cert9.db");
+  }
   for (int d = 0; d < 5; ++d) {
     const std::string cache = home + "/.cache/c" + std::to_string(d);
     Path(home, {".cache", "c" + std::to_string(d)});
@@ -123,27 +137,56 @@ void BuildMachine() {
   }
 }
 
-// The same walk as find sees it: /home holds exactly the users' homes; in each only the five
-// names are entered (and a "cert9.db" there is taken), below them everything; no link is followed
-// (-P, find's default).
+// The same walk as find sees it: /home holds exactly the users' homes; in each only the nine
+// places are entered (and a "cert9.db" directly in the home is taken), a place of several
+// components only along its path, below the places everything; no link is followed (-P, find's
+// default).
 size_t RunFind() {
-  const char* const args[] = {"find",       "/home",
-                              "-regextype", "posix-extended",
-                              "-regex",     "/home/[^/]+/[^/]+",
-                              "!",          "(",
-                              "-name",      ".mozilla",
-                              "-o",         "-name",
-                              ".pki",       "-o",
-                              "-name",      "snap",
-                              "-o",         "-name",
-                              "Snap",       "-o",
-                              "-name",      ".snap",
-                              "-o",         "-name",
-                              "cert9.db",   ")",
-                              "-prune",     "-o",
-                              "-type",      "f",
-                              "-name",      "cert9.db",
-                              "-print",     nullptr};
+  const char* const args[] = {
+      "find",
+      "/home",
+      "-regextype",
+      "posix-extended",
+      "(",
+      "-regex",
+      "/home/[^/]+/[^/]+",
+      "!",
+      "-regex",
+      "/home/[^/]+/(\\.mozilla|\\.pki|snap|Snap|\\.snap|\\.local|\\.config|\\.thunderbird|"
+      "\\.var|cert9\\.db)",
+      "-o",
+      "-regex",
+      "/home/[^/]+/\\.local/[^/]+",
+      "!",
+      "-name",
+      "share",
+      "-o",
+      "-regex",
+      "/home/[^/]+/\\.local/share/[^/]+",
+      "!",
+      "-name",
+      "pki",
+      "-o",
+      "-regex",
+      "/home/[^/]+/\\.config/[^/]+",
+      "!",
+      "-name",
+      "mozilla",
+      "-o",
+      "-regex",
+      "/home/[^/]+/\\.var/[^/]+",
+      "!",
+      "-name",
+      "app",
+      ")",
+      "-prune",
+      "-o",
+      "-type",
+      "f",
+      "-name",
+      "cert9.db",
+      "-print",
+      nullptr};
   std::string output;
   std::string errors;
   qel::tools::ProcessOptions options;

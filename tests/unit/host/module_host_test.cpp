@@ -1,3 +1,4 @@
+// module-host run as a child with the real module: its info report and its interception commands.
 #include <sys/wait.h>
 
 #include <gtest/gtest.h>
@@ -17,50 +18,53 @@
 
 namespace {
 
-struct Outcome {
-  int exitCode;
-  std::string output;
-};
+using nlohmann::json;
 
-// Runs `module-host arguments` and collects its standard output.
-Outcome RunModuleHost(const std::string& arguments) {
+// Runs `module-host arguments`; its standard output as JSON (discarded if not JSON), and its exit
+// code, which must be 0 unless the caller takes it.
+json RunModuleHost(const std::string& arguments, int* exitCode = nullptr) {
   const char* binaryDir = std::getenv("TTI_BINARY_DIR");
   EXPECT_NE(binaryDir, nullptr);
   const std::string command =
       "'" + std::string(binaryDir ? binaryDir : ".") + "/bin/module-host' " + arguments;
   FILE* child = popen(command.c_str(), "re");
   EXPECT_NE(child, nullptr);
-  Outcome outcome{-1, {}};
-  if (!child) {
-    return outcome;
-  }
+  std::string output;
   char buffer[4096];
   size_t got;
-  while ((got = fread(buffer, 1, sizeof(buffer), child)) > 0) {
-    outcome.output.append(buffer, got);
+  while (child && (got = fread(buffer, 1, sizeof(buffer), child)) > 0) {
+    output.append(buffer, got);
   }
-  const int status = pclose(child);
-  outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return outcome;
+  const int status = child ? pclose(child) : -1;
+  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  if (exitCode) {
+    *exitCode = code;
+    EXPECT_EQ(output, "");
+  } else {
+    EXPECT_EQ(code, 0) << output;
+  }
+  return json::parse(output, nullptr, false);
+}
+
+std::string Example(const char* name) {
+  return std::string("'") + TTI_SOURCE_DIR + "/src/host/module_host/examples/" + name + "'";
 }
 
 TEST(ModuleHostTest, InfoJson_RealModule_ReportsClassesDescriptorAndUnload) {
-  const Outcome outcome = RunModuleHost("info --json");
-  ASSERT_EQ(outcome.exitCode, 0) << outcome.output;
-  const nlohmann::json report = nlohmann::json::parse(outcome.output);
+  const json report = RunModuleHost("info --json");
 
   // Every class the host knows of is served by the module now.
-  for (const nlohmann::json& answer : report.at("classes")) {
+  for (const json& answer : report.at("classes")) {
     EXPECT_EQ(answer.at("served"), true) << answer.dump();
     EXPECT_EQ(answer.at("result"), "0x00000000") << answer.dump();
   }
   EXPECT_EQ(report.at("classes").size(), 5u);
 
-  const nlohmann::json& descriptor = report.at("descriptor");
+  const json& descriptor = report.at("descriptor");
   EXPECT_EQ(descriptor.at("id"), "0x070de61f");
   EXPECT_EQ(descriptor.at("size"), 8);
   std::vector<std::tuple<std::string, int, int, int>> fields;
-  for (const nlohmann::json& field : descriptor.at("fields")) {
+  for (const json& field : descriptor.at("fields")) {
     fields.emplace_back(field.at("name"), field.at("kind"), field.at("offset"), field.at("size"));
   }
   EXPECT_EQ(fields, (std::vector<std::tuple<std::string, int, int, int>>{
@@ -71,10 +75,49 @@ TEST(ModuleHostTest, InfoJson_RealModule_ReportsClassesDescriptorAndUnload) {
   EXPECT_EQ(report.at("unloaded"), true);
 }
 
-TEST(ModuleHostTest, Info_MissingModule_FailsWithoutOutput) {
-  const Outcome outcome = RunModuleHost("--module /nonexistent/module.so info --json 2>/dev/null");
-  EXPECT_NE(outcome.exitCode, 0);
-  EXPECT_EQ(outcome.output, "");
+TEST(ModuleHostTest, MissingModuleOrFile_FailsWithoutOutput) {
+  int exitCode = 0;
+  RunModuleHost("--module /nonexistent/module.so info --json 2>/dev/null", &exitCode);
+  EXPECT_NE(exitCode, 0);
+  RunModuleHost("net-settings set 2>/dev/null", &exitCode);
+  EXPECT_NE(exitCode, 0);
+}
+
+TEST(ModuleHostInterceptionTest, Interception_SecondApplicationWritesNothing) {
+  const json report = RunModuleHost("interception " + Example("net_settings.json"));
+  const json& steps = report.at("steps");
+  ASSERT_EQ(steps.size(), 4u);
+  EXPECT_EQ(steps[0].at("enginePorts"), 15);
+  EXPECT_EQ(steps[1].at("result"), "0x00000000");
+  EXPECT_EQ(steps[1].at("cost").at("writes"), 3);
+  EXPECT_EQ(steps[2].at("result"), "0x00000001");
+  EXPECT_EQ(steps[2].at("cost"), (json{{"reads", 4}, {"writes", 0}, {"flushes", 0}}));
+  EXPECT_EQ(steps[3].at("enginePorts"), 0);
+}
+
+TEST(ModuleHostInterceptionTest, NetSettingsSet_ReadsBackConvertedForm) {
+  const json report = RunModuleHost("net-settings set " + Example("net_settings.json"));
+  EXPECT_EQ(report.at("applied").at(0).at("result"), "0x00000000");
+  const json& settings = report.at("settings");
+  EXPECT_EQ(settings.at("sslExcludes"), (json{"*.bank.example", "intranet.example"}));
+  EXPECT_EQ(settings.at("UntrustedCertificateAction"), 1);
+  // The port inside the address is gone; the empty address is one entry a family.
+  EXPECT_EQ(settings.at("endpointExcludes"), (json{{{"address", "192.0.2.10"}, {"port", 443}},
+                                                   {{"address", "0.0.0.0"}, {"port", 25}},
+                                                   {{"address", "::"}, {"port", 25}}}));
+  EXPECT_EQ(settings.at("NetworkPorts").at("ports").size(), 2u);
+}
+
+TEST(ModuleHostInterceptionTest, PortsSetAndTrustedSet_ReportWhatTheModuleWrote) {
+  const json ports = RunModuleHost("ports set " + Example("ports.json"));
+  EXPECT_EQ(ports.at("result"), "0x00000000");
+  EXPECT_EQ(ports.at("engine").at("ports"),
+            (json{{{"enabled", true}, {"name", "HTTP"}, {"port", 8080}},
+                  {{"enabled", true}, {"name", "HTTPS"}, {"port", 443}}}));  // 65979 & 0xffff
+
+  const json trusted = RunModuleHost("trusted set " + Example("trusted.json"));
+  EXPECT_EQ(trusted.at("trusted"), (json{{"addresses", {"https://intranet.example/", "192.0.2.44"}},
+                                         {"UseTrustedAddresses", true}}));
 }
 
 TEST(LoadedModuleTest, Unload_ObjectAlive_KeepsModuleLoaded) {

@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <set>
 
 #include "watch_fixture.h"
@@ -59,7 +57,7 @@ class InotifyNaming : public ::testing::Test {
     return found;
   }
 
-  TemporaryDirectory temporary;
+  TempDir temporary;
   orv::intrusive_ptr<InotifyEventsProvider> provider = MakeObject<InotifyEventsProvider>();
   orv::intrusive_ptr<RecordingReceiver> receiver = MakeObject<RecordingReceiver>();
   bool sentinelSubscribed = false;
@@ -106,10 +104,7 @@ TEST_F(InotifyNaming, Subscribe_AncestorLinkKeepsTheWrittenName) {
   const std::string login = temporary.path() + "/varrun/utmp";
   Subscribe(login, IN_MODIFY);
   WriteFile(temporary.path() + "/run/utmp", "");
-  {
-    std::ofstream append(temporary.path() + "/run/utmp", std::ios::app);
-    append << "session";
-  }
+  tti::test::AppendText(temporary.path() + "/run/utmp", "session");
   EXPECT_TRUE(receiver->WaitFor(login, kModified));
 }
 
@@ -147,16 +142,9 @@ TEST_F(InotifyNaming, Subscribe_OnlySubscribedBits) {
   const std::string file = temporary.path() + "/file";
   WriteFile(file, "before");
   Subscribe(file, IN_MODIFY);
-  {
-    std::ifstream read(file);
-    std::string text;
-    read >> text;
-  }
+  tti::test::ReadText(file);
   ASSERT_EQ(chmod(file.c_str(), 0600), 0);
-  {
-    std::ofstream append(file, std::ios::app);
-    append << "after";
-  }
+  tti::test::AppendText(file, "after");
   Flush();
   const auto events = EventsUnder(file);
   ASSERT_FALSE(events.empty());
@@ -192,10 +180,7 @@ TEST_F(InotifyNaming, Subscribe_StoreFileReplacedDeletedAndRecreated) {
   WriteFile(bundle + ".tmp", "two");
   ASSERT_EQ(std::rename((bundle + ".tmp").c_str(), bundle.c_str()), 0);
   ASSERT_TRUE(receiver->WaitFor(bundle, kMovedTo));
-  {
-    std::ofstream append(bundle, std::ios::app);
-    append << "three";
-  }
+  tti::test::AppendText(bundle, "three");
   ASSERT_TRUE(receiver->WaitFor(bundle, kModified));
   ASSERT_EQ(unlink(bundle.c_str()), 0);
   ASSERT_TRUE(receiver->WaitFor(bundle, kDeleted));
@@ -207,16 +192,10 @@ TEST_F(InotifyNaming, Subscribe_StoreFileReplacedDeletedAndRecreated) {
   // Moved away: 0x782 has no bit for that, and the file under its new name is no longer watched;
   // a new file at the path is.
   ASSERT_EQ(std::rename(bundle.c_str(), (directory + "/away").c_str()), 0);
-  {
-    std::ofstream append(directory + "/away", std::ios::app);
-    append << "five";
-  }
+  tti::test::AppendText(directory + "/away", "five");
   WriteFile(bundle, "");
   ASSERT_TRUE(Eventually([&] { return EventsUnder(bundle).size() == 6; }));
-  {
-    std::ofstream append(bundle, std::ios::app);
-    append << "six";
-  }
+  tti::test::AppendText(bundle, "six");
   Flush();
   const std::vector<SeenEvent> expected = {
       {bundle, kMovedTo},  {bundle, kModified}, {bundle, kDeleted}, {bundle, kCreated},

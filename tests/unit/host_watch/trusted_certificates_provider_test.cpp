@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <filesystem>
-
 #include "cert_stores/conversions/cert_conversions.h"
 #include "host/malloc_allocator.h"
 #include "support/cert_factory.h"
@@ -20,11 +18,11 @@ orv::types::string8_t IssuerOf(const tti::test::TestCertificate& certificate) {
   return orv::types::string8_t(conversions::GetIssuerText(certificate.x509.get()).c_str());
 }
 
-std::vector<unsigned char> Bytes(const qel::RawCert& raw) { return {raw.begin(), raw.end()}; }
+using tti::test::Bytes;
 
 class TrustedCertificates : public ::testing::Test {
  protected:
-  TemporaryDirectory temporary;
+  TempDir temporary;
   tti::test::TestCertificate first = tti::test::MakeRootCertificate("Trusted First");
   tti::test::TestCertificate second = tti::test::MakeRootCertificate("Trusted Second");
   tti::test::TestCertificate third = tti::test::MakeRootCertificate("Trusted Third");

@@ -1,37 +1,16 @@
 #include "watch_fixture.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 
 namespace host::test {
-
-TemporaryDirectory::TemporaryDirectory() {
-  char pattern[] = "/tmp/tti_watch_XXXXXX";
-  if (mkdtemp(pattern) == nullptr) {
-    ADD_FAILURE() << "mkdtemp failed";
-  }
-  m_path = pattern;
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-  std::error_code error;
-  std::filesystem::remove_all(m_path, error);
-}
 
 void MakeDirectories(const std::string& path) {
   std::error_code error;
   std::filesystem::create_directories(path, error);
   EXPECT_FALSE(error) << path << ": " << error.message();
-}
-
-void WriteFile(const std::string& path, const std::string& text) {
-  std::ofstream file(path, std::ios::binary);
-  file << text;
-  EXPECT_TRUE(file.good()) << path;
 }
 
 result_t RecordingReceiver::OnEvent(const qel::InotifyEvent& event) {
@@ -76,23 +55,12 @@ bool RecordingReceiver::Saw(const std::string& name, uint32_t type) const {
 }
 
 bool RecordingReceiver::WaitFor(const std::string& name, uint32_t type) const {
-  return Eventually([&] { return Saw(name, type); });
+  return Eventually([&] { return Saw(name, type); }, std::chrono::seconds(10));
 }
 
 std::vector<std::thread::id> RecordingReceiver::threads() const {
   std::lock_guard lock(m_mutex);
   return m_threads;
-}
-
-bool Eventually(const std::function<bool()>& condition) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > deadline) {
-      return false;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  return true;
 }
 
 }  // namespace host::test

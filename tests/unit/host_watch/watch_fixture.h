@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <mutex>
 #include <ostream>
@@ -12,25 +11,18 @@
 #include "host/host_object.h"
 #include "host/inotify_events_provider.h"
 #include "qel/inotify_events.h"
+#include "support/scratch.h"
 
 namespace host::test {
 
-// A temporary directory under /tmp, removed with everything in it.
-class TemporaryDirectory final {
- public:
-  TemporaryDirectory();
-  ~TemporaryDirectory();
-  TemporaryDirectory(const TemporaryDirectory&) = delete;
-  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-  const std::string& path() const { return m_path; }
+using tti::test::Eventually;
+using tti::test::TempDir;
 
- private:
-  std::string m_path;
-};
-
-// File system steps the tests take; each fails the test on an error.
+// Makes `path` and its missing parents; fails the test on an error.
 void MakeDirectories(const std::string& path);
-void WriteFile(const std::string& path, const std::string& text = "x");
+inline void WriteFile(const std::string& path, const std::string& text = "x") {
+  tti::test::WriteText(path, text);
+}
 
 struct SeenEvent {
   std::string name;
@@ -68,8 +60,5 @@ class RecordingReceiver final : public HostObject<qel::IInotifyEventsReceiver> {
   std::vector<SeenEvent> m_events;
   std::vector<std::thread::id> m_threads;
 };
-
-// Polls `condition` until it holds or ten seconds passed.
-bool Eventually(const std::function<bool()>& condition);
 
 }  // namespace host::test

@@ -22,7 +22,7 @@ bool Has(const std::vector<WatchNotice>& notices, const std::string& name, uint3
 // made meanwhile and reports their entries as created, but not the entries of directories it
 // watched already, and drops the watches of directories that went.
 TEST(WatchedPath, Restart_ReportsOnlyWhatItDidNotWatchBefore) {
-  TemporaryDirectory temporary;
+  TempDir temporary;
   const std::string top = temporary.path() + "/top";
   MakeDirectories(top + "/known");
   MakeDirectories(top + "/gone");
@@ -46,30 +46,6 @@ TEST(WatchedPath, Restart_ReportsOnlyWhatItDidNotWatchBefore) {
   EXPECT_EQ(registry.size(), 5u);               // the anchor, top, known, new and deeper
   watched.Stop(registry);
   EXPECT_EQ(registry.size(), 0u);
-}
-
-// A path that appears while only an ancestor further up is watched is reported as created
-// with everything already in it; at Start nothing is reported.
-TEST(WatchedPath, Resolve_WalksDownAndReportsWhatAppeared) {
-  TemporaryDirectory temporary;
-  const std::string watchedPath = temporary.path() + "/a/b";
-  InotifyInstance instance;
-  WatchRegistry registry(instance);
-  WatchedPath watched(7, watchedPath, IN_CREATE);
-  ASSERT_TRUE(watched.Start(registry));
-  MakeDirectories(watchedPath + "/inner");
-  WriteFile(watchedPath + "/inner/cert9.db");
-  // The anchor's event for "a", as the provider would hand it over.
-  const std::vector<WatchUser> users = registry.Users(1);
-  ASSERT_EQ(users.size(), 1u);
-  std::vector<WatchNotice> notices;
-  watched.Handle(registry, users[0], KernelEvent{1, IN_CREATE | IN_ISDIR, "a"}, notices);
-  EXPECT_TRUE(Has(notices, watchedPath, 7));
-  EXPECT_TRUE(Has(notices, watchedPath + "/inner/cert9.db", 7));
-  for (const WatchNotice& notice : notices) {
-    EXPECT_EQ(notice.subscription, 7u);
-  }
-  watched.Stop(registry);
 }
 
 }  // namespace

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <vector>
+
+#include "support/scratch.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
@@ -13,9 +13,7 @@ int main(int argc, char** argv) {
   size_t replayed = 0;
   for (int i = 1; i < argc; ++i) {
     for (const auto& entry : std::filesystem::directory_iterator(argv[i])) {
-      std::ifstream file(entry.path(), std::ios::binary);
-      const std::vector<uint8_t> data((std::istreambuf_iterator<char>(file)),
-                                      std::istreambuf_iterator<char>());
+      const std::vector<uint8_t> data = tti::test::Bytes(tti::test::ReadText(entry.path()));
       LLVMFuzzerTestOneInput(data.data(), data.size());
       ++replayed;
     }

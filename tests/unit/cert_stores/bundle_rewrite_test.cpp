@@ -15,6 +15,7 @@
 #include "cert_stores/openssl/openssl_storage.h"
 #include "support/cert_factory.h"
 #include "support/namespace_sandbox.h"
+#include "support/scratch.h"
 
 namespace qel::tcp_traffic_interceptor::cert_stores {
 namespace {
@@ -26,23 +27,16 @@ constexpr result_t kFailed = orv::MakeResult(0x8000004bu);
 
 class BundleTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    // tmpfs: the rewrite syncs after every certificate, which a disk makes slow.
-    char pattern[] = "/dev/shm/tti-bundle.XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern), nullptr);
-    m_dir = pattern;
-    m_bundle = m_dir + "/bundle.pem";
-  }
-  void TearDown() override { std::system(("rm -rf " + m_dir).c_str()); }
-
   std::vector<RawCert> Read(const std::string& path) {
     std::vector<RawCert> entries;
     EXPECT_EQ(m_storage.ReadBundle(path, entries), 0);
     return entries;
   }
 
-  std::string m_dir;
-  std::string m_bundle;
+  // tmpfs: the rewrite syncs after every certificate, which a disk makes slow.
+  tti::test::TempDir m_temp{"/dev/shm"};
+  const std::string m_dir = m_temp.path();
+  const std::string m_bundle = m_dir + "/bundle.pem";
   OpenSslStorage m_storage;
   tti::test::TestCertificate m_first = tti::test::MakeRootCertificate("first");
   tti::test::TestCertificate m_second = tti::test::MakeRootCertificate("second");

@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -14,6 +13,7 @@
 #include "cert_stores/conversions/cert_conversions.h"
 #include "support/cert_factory.h"
 #include "support/namespace_sandbox.h"
+#include "support/scratch.h"
 
 namespace qel::tcp_traffic_interceptor::cert_stores {
 namespace {
@@ -23,19 +23,13 @@ using tti::test::WriteTextFile;
 
 class StorageStepsTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char pattern[] = "/dev/shm/tti-store.XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern), nullptr);
-    m_dir = pattern;
-  }
-  void TearDown() override { std::system(("rm -rf " + m_dir).c_str()); }
-
   bool Exists(const std::string& path) {
     struct stat status {};
     return ::lstat(path.c_str(), &status) == 0;
   }
 
-  std::string m_dir;
+  tti::test::TempDir m_temp{"/dev/shm"};
+  const std::string m_dir = m_temp.path();
   OpenSslStorage m_storage;
   tti::test::TestCertificate m_root = tti::test::MakeRootCertificate("storage root");
   Certificate m_cert{"Morvane_Shield_Personal_Root_Certificate_00000001", m_root.Der()};

@@ -10,6 +10,7 @@
 
 #include "qel/tools/localization.h"
 #include "support/namespace_sandbox.h"
+#include "support/scratch.h"
 
 namespace {
 
@@ -22,9 +23,8 @@ using LocalizeTemplateFunction = orv::types::vector_t<unsigned char> (*)(
 TEST(LocalizationRelocated, ReadsTheTextsBesideItsOwnFile) {
   const char* binaryDir = std::getenv("TTI_BINARY_DIR");
   ASSERT_NE(binaryDir, nullptr);
-  char tree[] = "/tmp/tti-localization.XXXXXX";
-  ASSERT_NE(::mkdtemp(tree), nullptr);
-  const std::string root = tree;
+  const tti::test::TempDir tree;
+  const std::string& root = tree.path();
   for (const char* folder : {"/bin", "/share", "/share/localization", "/share/localization/en"}) {
     ASSERT_EQ(::mkdir((root + folder).c_str(), 0755), 0) << folder;
   }
@@ -51,8 +51,8 @@ TEST(LocalizationRelocated, ReadsTheTextsBesideItsOwnFile) {
     orv::intrusive_ptr<localization_manager::ILocalizer> localizer;
     ASSERT_EQ(create(nullptr, 7, u"traffic_processing", localizer), 0);
     orv::types::vector_t<unsigned char> page;
-    for (const char byte : std::string("[$Probe$][$ActionWarn$]")) {
-      page.push_back(static_cast<unsigned char>(byte));
+    for (const uint8_t byte : tti::test::Bytes(std::string("[$Probe$][$ActionWarn$]"))) {
+      page.push_back(byte);
     }
     const auto worded = localize(page, localizer.get(), nullptr);
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(worded.data()), worded.size()),
@@ -62,7 +62,6 @@ TEST(LocalizationRelocated, ReadsTheTextsBesideItsOwnFile) {
     EXPECT_LT(create(nullptr, 7, u"messages_missing", none), 0);
   }
   ::dlclose(library);
-  std::system(("rm -rf '" + root + "'").c_str());
 }
 
 }  // namespace

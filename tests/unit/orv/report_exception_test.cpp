@@ -59,8 +59,6 @@ INSTANTIATE_TEST_SUITE_P(
                     0x80000042, "Cannot load: 0x80000042 (Not supported). At f.cpp(5) "},
         ClassifyRow{"ResultCodeZero", [] { throw orv::ResultCodeException("f.cpp", 6, 0); },
                     0x80000152, "0x00000000 (No error). At f.cpp(6) "},
-        ClassifyRow{"ResultCodeOne", [] { throw orv::SystemException("f.cpp", 7, 1); }, 0x80000152,
-                    "0x00000001 (False). At f.cpp(7) "},
         ClassifyRow{"Exception",
                     [] { throw orv::CheckFailedException("f.cpp", 8) << "BIO_s_mem() failed"; },
                     0x80000151, "BIO_s_mem() failed. At f.cpp(8) "},

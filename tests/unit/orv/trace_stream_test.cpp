@@ -48,13 +48,12 @@ INSTANTIATE_TEST_SUITE_P(
                     << std::numeric_limits<unsigned long long>::max();
                 },
                 "42 -42 -9223372036854775808 18446744073709551615"},
-        FormRow{"HexShowBase",
-                [](TraceStream& s) { s << std::hex << 255u << ' ' << std::showbase << 255ul; },
-                "ff 0xff"},
-        FormRow{
-            "OctShowBase",
-            [](TraceStream& s) { s << std::oct << 8u << ' ' << std::showbase << 8u << ' ' << 0u; },
-            "10 010 0"},
+        FormRow{"HexAndOctWithShowBase",
+                [](TraceStream& s) {
+                  s << std::hex << 255u << ' ' << std::showbase << 255ul << ' ' << std::oct << 8u
+                    << ' ' << 0u << std::noshowbase << ' ' << 8u;
+                },
+                "ff 0xff 010 0 10"},
         FormRow{"NegativeTwosComplementOfWidth",
                 [](TraceStream& s) {
                   s << std::hex << -1 << ' ' << -2L << ' ' << std::oct << -1 << std::dec << ' '

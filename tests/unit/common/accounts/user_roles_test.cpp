@@ -26,7 +26,6 @@ INSTANTIATE_TEST_SUITE_P(
     Memberships, UsersRole,
     testing::Values(RoleCase{"nobody-special", 0, kRoleAdministrator},
                     RoleCase{"nobody-special", 1000, kRoleUser},
-                    RoleCase{"nobody-special", 5, kRoleUser},
                     RoleCase{"admin", 1000, kRoleAdministrator},
                     RoleCase{"user", 0, kRoleUser},  // membership takes the root default away
                     RoleCase{"auditor", 1000, kRoleAuditor},

@@ -13,7 +13,6 @@
 #include "qel/enums/boolean.h"
 #include "qel/enums/content_category.h"
 #include "qel/enums/danger_level.h"
-#include "qel/enums/device_class.h"
 #include "qel/enums/event_name.h"
 #include "qel/enums/web_av_action.h"
 
@@ -101,14 +100,13 @@ TEST_P(EnumFailure, ThrowsWithTheFamilyText) {
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, EnumFailure,
+    // Past the last value, a gap, a number past INT32_MAX; a name that differs in case, a prefix.
     testing::Values(
         FailureCase{50, 8, nullptr, "EnumToString, invalid 'DeviceClass' enum value: 8"},
         FailureCase{11, 7, nullptr, "EnumToString, invalid 'EventName' enum value: 7"},
         FailureCase{12, 4000000000u, nullptr,
                     "EnumToString, invalid 'AdditionalName' enum value: 4000000000"},
-        FailureCase{73, 2, nullptr, "EnumToString, invalid 'ContentCategory' enum value: 2"},
         FailureCase{47, 0, "block", "There is no such 'WebAvAction::Type' value: block"},
-        FailureCase{8, 0, "", "There is no such 'DangerLevel::Type' value: "},
         FailureCase{59, 0, "SelfSigned ",
                     "There is no such 'CertificateStatus::Type' value: "
                     "SelfSigned "}));
@@ -122,8 +120,6 @@ TEST(EnumFamily, TypedConversionsUseTheirOwnTable) {
   // Same rows, separate enumerations: the name in the text is the one asked for.
   EXPECT_EQ(FailureText([] { EnumToString<WebAvAction::Type>(2); }),
             "EnumToString, invalid 'WebAvAction' enum value: 2");
-  EXPECT_EQ(FailureText([] { EnumToString<DeviceClass::Type>(8); }),
-            "EnumToString, invalid 'DeviceClass' enum value: 8");
 }
 
 TEST(EnumFamily, BooleanHasItsOwnTexts) {

@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "qel/tools/unique_fd.h"
+#include "support/scratch.h"
 
 namespace qel::tools {
 namespace {
@@ -20,13 +20,6 @@ constexpr result_t kFileNotFound = orv::MakeResult(0x80010102u);
 
 class FilesTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/tti-files.XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern), nullptr);
-    m_root = pattern;
-  }
-  void TearDown() override { std::system(("rm -rf " + m_root).c_str()); }
-
   // A path of exactly `length` bytes below the root; its directories are made here (mkdirat step
   // by step, since mkdir itself cannot take the long path).
   std::string PathOfLength(size_t length) {
@@ -42,7 +35,8 @@ class FilesTest : public ::testing::Test {
     return path + "/" + std::string(length - path.size() - 1, 'f');
   }
 
-  std::string m_root;
+  tti::test::TempDir m_dir;
+  const std::string m_root = m_dir.path();
 };
 
 // Each length sits at an edge of the walk: plain call, first walked length, a piece boundary.

@@ -3,41 +3,21 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <fstream>
-#include <sstream>
 #include <string>
-#include <thread>
-
-#include <boost/filesystem.hpp>
 
 #include "forked.h"
 #include "qel/tools/kernel_release.h"
 #include "qel/tools/process_runner.h"
+#include "support/scratch.h"
 #include "test_options.h"
 
 namespace qel::tools {
 namespace {
 
-namespace fs = boost::filesystem;
-
-class TempDir {
- public:
-  TempDir() : m_path(fs::temp_directory_path() / fs::unique_path()) {
-    fs::create_directories(m_path);
-  }
-  ~TempDir() { fs::remove_all(m_path); }
-  const fs::path& path() const { return m_path; }
-
- private:
-  fs::path m_path;
-};
-
-std::string ReadAll(const fs::path& path) {
-  std::ifstream file(path.string());
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
+using tti::test::Eventually;
+using tti::test::ReadText;
+using tti::test::TempDir;
+using tti::test::WriteText;
 
 TEST(RunProcess, DescriptorsWithoutCloseOnExec_DoNotReachChild) {
   const int leaked = open("/dev/null", O_RDONLY);  // deliberately without O_CLOEXEC
@@ -72,10 +52,10 @@ TEST(CloseOtherDescriptors, Listing_ClosesAllAboveStandardOnes) {
 
 TEST(RunProcess, GivenDescriptors_RedirectedWithGivenEnvironment) {
   TempDir dir;
-  std::ofstream(dir.path() / "in") << "input\n";
-  const int in = open((dir.path() / "in").c_str(), O_RDONLY | O_CLOEXEC);
-  const int out = open((dir.path() / "out").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-  const int err = open((dir.path() / "err").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  WriteText(dir / "in", "input\n");
+  const int in = open((dir / "in").c_str(), O_RDONLY | O_CLOEXEC);
+  const int out = open((dir / "out").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  const int err = open((dir / "err").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
   const char* const args[] = {"sh", "-c", "cat; echo \"$EXTRA\" >&2", nullptr};
   const char* const env[] = {"EXTRA=given", nullptr};
   ProcessOptions options = TestOptions(args);
@@ -87,17 +67,17 @@ TEST(RunProcess, GivenDescriptors_RedirectedWithGivenEnvironment) {
   close(in);
   close(out);
   close(err);
-  EXPECT_EQ(ReadAll(dir.path() / "out"), "input\n");
-  EXPECT_EQ(ReadAll(dir.path() / "err"), "given\n");
+  EXPECT_EQ(ReadText(dir / "out"), "input\n");
+  EXPECT_EQ(ReadText(dir / "err"), "given\n");
 }
 
 // The output descriptor sits at 0, where the input goes first: it must be moved away, not lost.
 TEST(RunProcess, OutputDescriptorAtZero_MovedBeforeInputTakesIt) {
   TempDir dir;
-  std::ofstream(dir.path() / "in") << "moved\n";
-  const fs::path outPath = dir.path() / "out";
+  WriteText(dir / "in", "moved\n");
+  const std::string outPath = dir / "out";
   const int status = RunForked([&] {
-    const int in = open((dir.path() / "in").c_str(), O_RDONLY | O_CLOEXEC);
+    const int in = open((dir / "in").c_str(), O_RDONLY | O_CLOEXEC);
     const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
     if (in < 0 || out < 0 || dup2(out, 0) != 0) {
       return 100;
@@ -109,12 +89,12 @@ TEST(RunProcess, OutputDescriptorAtZero_MovedBeforeInputTakesIt) {
     return ORV_SUCCEEDED(RunProcess(options)) ? 0 : 101;
   });
   EXPECT_EQ(status, 0);
-  EXPECT_EQ(ReadAll(outPath), "moved\n");
+  EXPECT_EQ(ReadText(outPath), "moved\n");
 }
 
 TEST(RunProcessDetached, Daemon_RunsInOwnSessionInRootWithClearedUmask) {
   TempDir dir;
-  const fs::path outPath = dir.path() / "out";
+  const std::string outPath = dir / "out";
   const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
   // The daemon's session is a new one, made by the first child.
   const std::string ourSession = std::to_string(getsid(0));
@@ -129,11 +109,8 @@ TEST(RunProcessDetached, Daemon_RunsInOwnSessionInRootWithClearedUmask) {
   EXPECT_EQ(RunProcessDetached(options), orv::errors::kOk);
   close(out);
   const std::string expected = "/\n0000\nother\n";
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (ReadAll(outPath) != expected && std::chrono::steady_clock::now() < deadline) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  EXPECT_EQ(ReadAll(outPath), expected);
+  Eventually([&] { return ReadText(outPath) == expected; }, std::chrono::seconds(20));
+  EXPECT_EQ(ReadText(outPath), expected);
 }
 
 TEST(RunProcessDetached, PipesOrNonFiles_Rejected) {

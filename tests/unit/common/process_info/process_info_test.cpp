@@ -1,11 +1,14 @@
 #include "qel/tools/process_info.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <string>
+
 #include "host/host_services.h"
+#include "support/scratch.h"
 
 namespace qel::tools {
 namespace {
@@ -29,50 +32,37 @@ class ProcessInfo : public testing::Test {
   host::HostServices m_host;
 };
 
-// A child that turns into `uid` and waits until its pipe closes; async-signal-safe calls only.
+// A child that turns into `uid` and sleeps until killed; async-signal-safe calls only.
 class ChildUnderUid {
  public:
-  explicit ChildUnderUid(uid_t uid) {
-    int ready[2];
-    int hold[2];
-    if (pipe2(ready, O_CLOEXEC) != 0 || pipe2(hold, O_CLOEXEC) != 0) {
-      return;
-    }
-    m_pid = fork();
+  explicit ChildUnderUid(uid_t uid) : m_uid(uid), m_pid(fork()) {
     if (m_pid == 0) {
-      // The parent's ends must close here, or the hold pipe never reads its end.
-      close(ready[0]);
-      close(hold[1]);
-      char byte = 0;
-      if (setresgid(uid, uid, uid) != 0 || setresuid(uid, uid, uid) != 0 ||
-          write(ready[1], &byte, 1) != 1) {
-        _exit(1);
+      if (setresgid(uid, uid, uid) == 0 && setresuid(uid, uid, uid) == 0) {
+        pause();
       }
-      (void)!read(hold[0], &byte, 1);
-      _exit(0);
+      _exit(1);
     }
-    close(ready[1]);
-    close(hold[0]);
-    m_hold = hold[1];
-    char byte = 0;
-    m_ready = read(ready[0], &byte, 1) == 1;
-    close(ready[0]);
   }
   ~ChildUnderUid() { Reap(); }
   void Reap() {
     if (m_pid > 0) {
-      close(m_hold);
+      kill(m_pid, SIGKILL);
       waitpid(m_pid, nullptr, 0);
       m_pid = -1;
     }
   }
   pid_t pid() const { return m_pid; }
-  bool ready() const { return m_ready; }
+  // The child has taken its user.
+  bool ready() const {
+    const std::string status = "/proc/" + std::to_string(m_pid) + "/status";
+    const std::string line = "\nUid:\t" + std::to_string(m_uid) + "\t";
+    return tti::test::Eventually(
+        [&] { return tti::test::ReadText(status).find(line) != std::string::npos; });
+  }
 
  private:
-  pid_t m_pid = -1;
-  int m_hold = -1;
-  bool m_ready = false;
+  uid_t m_uid;
+  pid_t m_pid;
 };
 
 TEST_F(ProcessInfo, UserOfAChildUnderAnotherUid) {

@@ -64,6 +64,8 @@ TEST_F(UpdateServiceSettingsSyncTest, Sync_EndlessConflict_CompletesOnceClearedF
   EXPECT_EQ(result, 0);
   EXPECT_GT(store->conflicts(), 1000u);
   EXPECT_EQ(store->writes(), 1u);
+  EXPECT_EQ(tracer->Texts(orv::trace_level::kDetail).back(),
+            "UpdateServiceSettingsSync() <- 0x00000000 (No error) ");
   Settings stored{};
   ASSERT_TRUE(store->Read(kKey, stored));
   EXPECT_EQ(stored.action, Block);

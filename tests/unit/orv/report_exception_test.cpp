@@ -62,17 +62,8 @@ INSTANTIATE_TEST_SUITE_P(
         ClassifyRow{"Exception",
                     [] { throw orv::CheckFailedException("f.cpp", 8) << "BIO_s_mem() failed"; },
                     0x80000151, "BIO_s_mem() failed. At f.cpp(8) "},
-        ClassifyRow{"OrvException",
-                    [] {
-                      throw orv::GetInterfaceException("f.cpp", 9, "Can't get interface", 1, 0,
-                                                       orv::MakeResult(0x8000004c));
-                    },
-                    0x8000004c,
-                    "f.cpp(9): Can't get interface. Properties:\norv.iid=0x00000001\n"
-                    "orv.serviceKey=0x00000000\norv.result=0x8000004c\nCall stack:\n"},
         ClassifyRow{"OrvExceptionWithoutCode", [] { throw orv::exception("f.cpp", 3, "Bare"); },
                     0x80000151, "f.cpp(3): Bare. Call stack:\n"},
-        ClassifyRow{"BadAlloc", [] { throw std::bad_alloc(); }, 0x80000041, "std::bad_alloc"},
         ClassifyRow{"BadCast", [] { throw std::bad_cast(); }, 0x80000047, "std::bad_cast"},
         ClassifyRow{"LengthError", [] { throw std::length_error("len"); }, 0x8000005c, "len"},
         ClassifyRow{"OutOfRange", [] { throw std::out_of_range("oor"); }, 0x8000005e, "oor"},

@@ -1,6 +1,6 @@
-// What only the reference host's store can provoke: a conflict that never ends by itself, a
-// modifier that throws, a missing store and a failing flush. The module's own tests drive the
-// ordinary write, the conflict rerun and the entry and exit lines through the same store.
+// What only the reference host's store can provoke: a second writer in between, a conflict that
+// never ends by itself, a modifier that throws, a missing store and a failing flush. The module's
+// own tests drive the ordinary write, the flag and the entry and exit lines through the same store.
 #include "qel/tools/update_service_settings_sync.h"
 
 #include <gtest/gtest.h>
@@ -47,6 +47,31 @@ class UpdateServiceSettingsSyncTest : public ::testing::Test {
   orv::intrusive_ptr<MemoryServiceManager> store = MakeObject<MemoryServiceManager>();
   orv::intrusive_ptr<ServiceLocator> locator = MakeObject<ServiceLocator>();
 };
+
+// A real second writer (not an injected conflict) changes the record between the read and the
+// write: the modifier runs again on what that writer stored.
+TEST_F(UpdateServiceSettingsSyncTest, Sync_Conflict_RerunsModifierOnFreshRecord) {
+  int calls = 0;
+  const result_t result = Run([&](Settings& settings) {
+    if (++calls == 1) {
+      Settings other{};
+      EXPECT_TRUE(store->Read(kKey, other));
+      other.addToAutoExcludes = false;
+      orv::IObject* descriptor = nullptr;
+      EXPECT_EQ(store->UpdateServiceSettings2(kKey, 1, {&other, Settings::kTypeId, &descriptor},
+                                              store->Revision(kKey, Settings::kTypeId)),
+                0);
+    }
+    settings.action = Block;
+    return 0;
+  });
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(calls, 2);
+  Settings stored{};
+  ASSERT_TRUE(store->Read(kKey, stored));
+  EXPECT_EQ(stored, (Settings{Block, false}));
+  EXPECT_EQ(store->Revision(kKey, Settings::kTypeId), 3u);
+}
 
 TEST_F(UpdateServiceSettingsSyncTest, Sync_EndlessConflict_CompletesOnceClearedFromOutside) {
   store->InjectConflicts(UINT64_MAX);

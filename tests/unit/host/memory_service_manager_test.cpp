@@ -97,6 +97,15 @@ INSTANTIATE_TEST_SUITE_P(
                                   orv::errors::kWrongSettingsType}),
     [](const auto& info) { return std::string(info.param.name); });
 
+// A sticky injected failure lasts until cleared (the module's tests use the one-shot kind).
+TEST_F(MemoryServiceManagerTest, InjectedFailure_StickyUntilCleared) {
+  store->InjectFailure(MemoryServiceManager::Operation::kFlush, orv::errors::kAccessDenied, true);
+  EXPECT_EQ(store->FlushSettings(), orv::errors::kAccessDenied);
+  EXPECT_EQ(store->FlushSettings(), orv::errors::kAccessDenied);
+  store->ClearInjections();
+  EXPECT_EQ(store->FlushSettings(), 0);
+}
+
 // The store outlives the module that wrote and the module that reads: it keeps nothing of the
 // writer's allocator, and what a reader gets is built with the reader's.
 TEST_F(MemoryServiceManagerTest, RecordWithContainers_CopiesUseTheCallersAllocator) {

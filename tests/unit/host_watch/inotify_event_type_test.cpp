@@ -15,6 +15,7 @@ struct TypeCase {
 // one event.
 TEST(InotifyEventType, MapsEachBitAndTheFirstOfTheTableWins) {
   const TypeCase cases[] = {
+      {IN_DELETE, 8},
       {IN_DELETE_SELF, 8},
       {IN_MOVE_SELF, 9},
       {IN_CLOSE_WRITE, 4},

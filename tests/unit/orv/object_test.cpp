@@ -144,4 +144,12 @@ TEST_F(ObjectShellTest, CreateInstance_FinalConstructFails_ResultReturned) {
   EXPECT_TRUE(m_tracer->Texts(300).empty());
 }
 
+TEST_F(ObjectShellTest, CreateInstance_NoTracerService_GetInterfaceExceptionCode) {
+  m_locator->Remove(orv::ITracer::kIid);
+  void* object = &object;
+  EXPECT_EQ(Create(0, &object), orv::MakeResult(0x8000004c));
+  EXPECT_EQ(m_locator->Requests(orv::ITracer::kIid), 2u);  // the root, then the report
+  EXPECT_EQ(m_tracer->opens(), 0u);
+}
+
 }  // namespace

@@ -161,6 +161,7 @@ machine_state() {
 in_root() {
   cd /tmp
   export DEBIAN_FRONTEND=noninteractive
+  ! dpkg-query -W "$kPackage" >/dev/null 2>&1 || fail "this machine has the package installed"
   existing_entries /tmp/contents >/tmp/before
   # Every dependency is on this machine already. apt's --no-download refuses a local .deb; the
   # network namespace without links takes away anything to fetch from.

@@ -168,6 +168,7 @@ in_root() {
   apt-get install -y -q ./package.deb >/tmp/apt.log 2>&1 ||
     { cat /tmp/apt.log; fail "apt-get install"; }
   [[ $(command -v module-host) == /usr/bin/module-host ]] || fail "module-host is not on PATH"
+  echo "installed with apt-get"
 
   module-host info >/tmp/info.txt || fail "module-host info"
   grep -qx "Module  $kTree/lib/libtcp_traffic_interceptor.so" /tmp/info.txt ||
@@ -179,6 +180,7 @@ in_root() {
     { cat /tmp/page.err; fail "alert-page"; }
   grep -q "The certificate is issued by an authority that is not trusted." /tmp/page.html ||
     fail "the alert page lacks its localised reason"
+  echo "module-host info and alert-page ran from the installed tree"
 
   start_server
   [[ $(curl_status "$port") == 60 ]] || fail "curl trusts the test root before install"
@@ -187,12 +189,14 @@ in_root() {
   module-host uninstall /tmp/root.pem >/tmp/uninstall.txt ||
     { cat /tmp/uninstall.txt; fail "uninstall"; }
   [[ $(curl_status "$port") == 60 ]] || fail "curl still trusts the root after uninstall"
+  echo "curl trusted 127.0.0.1:$port exactly between install and uninstall"
 
   apt-get purge -y -q "$kPackage" >/tmp/apt.log 2>&1 || { cat /tmp/apt.log; fail "apt-get purge"; }
   # Only what was there before install (/opt, /usr/bin and the like) may stay.
   existing_entries /tmp/contents >/tmp/after
   diff -u /tmp/before /tmp/after || fail "purge left entries of the package behind"
   ! dpkg-query -W "$kPackage" >/dev/null 2>&1 || fail "dpkg still knows the package"
+  echo "purged, nothing of the package left"
 }
 
 case "${1:-}" in

@@ -3,6 +3,7 @@
 # overrides every package carries. Its version is the project's.
 # It ships no maintainer script: putting the product's root into the trust stores and taking it
 # out again is the host's call through ICertificateManager, never the package's.
+
 # Debian package names take no underscore.
 set(TTI_DEBIAN_PACKAGE tcp-traffic-interceptor)
 set(CPACK_GENERATOR DEB)

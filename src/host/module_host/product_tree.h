@@ -12,7 +12,8 @@ void EnterProductTree(const std::string& tree);
 
 // The tree to use: `requested` when given; otherwise, running as root,
 // <dir of module-host>/../opt/morvane/tolm when /opt/morvane/tolm does not exist and that directory
-// does; otherwise empty (use the machine's).
+// does; otherwise empty (use the machine's). Installed from the package, the program lies in
+// /opt/morvane/tolm/bin: the tree exists and is its own.
 std::string ChooseProductTree(const std::string& requested);
 
 }  // namespace module_host

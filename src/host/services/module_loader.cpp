@@ -76,7 +76,14 @@ std::string LoadedModule::DefaultPath() {
   if (error) {
     return kModuleFileName;
   }
-  return (executable.parent_path() / kModuleFileName).string();
+  // A build directory keeps the program and the module in bin/; the installed product tree keeps
+  // the program in bin/ and the module in lib/.
+  const std::filesystem::path beside = executable.parent_path() / kModuleFileName;
+  const std::filesystem::path installed =
+      executable.parent_path().parent_path() / "lib" / kModuleFileName;
+  return !std::filesystem::exists(beside, error) && std::filesystem::exists(installed, error)
+             ? installed.string()
+             : beside.string();
 }
 
 }  // namespace host

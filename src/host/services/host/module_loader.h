@@ -28,8 +28,9 @@ class LoadedModule {
   result_t Unload();
   bool loaded() const noexcept { return m_handle != nullptr; }
 
-  // The module next to the running executable: <dir of
-  // /proc/self/exe>/libtcp_traffic_interceptor.so
+  // The module next to the running executable, <dir of
+  // /proc/self/exe>/libtcp_traffic_interceptor.so, or when it is not there and the program lies in
+  // an installed product tree, <that dir>/../lib/libtcp_traffic_interceptor.so.
   static std::string DefaultPath();
 
  private:

@@ -28,7 +28,10 @@ CertificateManagerImpl::CertificateManagerImpl(orv::IServiceLocator* locator, or
   ORV_TRACE(GetTracer(), kDetail) << "found " << m_opensslStorages.size() << " openssl storages";
 
   m_javaKeystores = cert_stores::GetKeystoreFiles();
-  ORV_TRACE(GetTracer(), kDetail) << "found " << m_javaKeystores.size() << " java keystores";
+  // Said only where there are any: a machine without Java keeps the lines it always had.
+  if (!m_javaKeystores.empty()) {
+    ORV_TRACE(GetTracer(), kDetail) << "found " << m_javaKeystores.size() << " java keystores";
+  }
 
   // Accounts that exist now are known: only homes that turn up later count as new.
   for (const QelUser& user : CurrentAccounts()) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <memory>
 #include <set>
 #include <string>
 
@@ -28,11 +29,11 @@ std::string RealRegularFile(const NativePath& path) {
 std::vector<NativePath> JdkKeystores() {
   std::vector<NativePath> found;
   const std::string root(kJdkDirectory);
-  DIR* directory = ::opendir(root.c_str());
-  if (directory == nullptr) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(root.c_str()), ::closedir);
+  if (!directory) {
     return found;
   }
-  while (const dirent* entry = ::readdir(directory)) {
+  while (const dirent* entry = ::readdir(directory.get())) {
     const std::string name = entry->d_name;
     if (name == "." || name == "..") {
       continue;
@@ -43,7 +44,6 @@ std::vector<NativePath> JdkKeystores() {
       found.push_back(keystore);
     }
   }
-  ::closedir(directory);
   std::sort(found.begin(), found.end());
   return found;
 }

@@ -95,21 +95,20 @@ bool ReadBody(Cursor& cursor, uint32_t version, KeystoreEntry& entry) {
   return cursor.ok();
 }
 
-std::vector<uint8_t> Digest(const uint8_t* data, size_t size, std::string_view password) {
+// SHA-1 over the password as UTF-16BE, the phrase and the data; false when OpenSSL fails.
+bool Digest(const uint8_t* data, size_t size, std::string_view password,
+            std::vector<uint8_t>& digest) {
   std::vector<uint8_t> prefix;
   for (const char character : password) {
     PutNumber(prefix, static_cast<uint8_t>(character), 2);  // UTF-16BE of an ASCII password
   }
   prefix.insert(prefix.end(), kDigestPhrase.begin(), kDigestPhrase.end());
-  std::vector<uint8_t> digest(SHA_DIGEST_LENGTH);
+  digest.assign(SHA_DIGEST_LENGTH, 0);
   const EvpMdCtxPtr context(EVP_MD_CTX_new());
-  if (!context || EVP_DigestInit_ex(context.get(), EVP_sha1(), nullptr) != 1 ||
-      EVP_DigestUpdate(context.get(), prefix.data(), prefix.size()) != 1 ||
-      EVP_DigestUpdate(context.get(), data, size) != 1 ||
-      EVP_DigestFinal_ex(context.get(), digest.data(), nullptr) != 1) {
-    throw std::runtime_error("SHA-1 digest failed");
-  }
-  return digest;
+  return context && EVP_DigestInit_ex(context.get(), EVP_sha1(), nullptr) == 1 &&
+         EVP_DigestUpdate(context.get(), prefix.data(), prefix.size()) == 1 &&
+         EVP_DigestUpdate(context.get(), data, size) == 1 &&
+         EVP_DigestFinal_ex(context.get(), digest.data(), nullptr) == 1;
 }
 
 }  // namespace
@@ -142,7 +141,10 @@ result_t ParseKeystore(const std::vector<uint8_t>& bytes, std::string_view passw
   if (!cursor.ok() || bytes.size() - dataSize != SHA_DIGEST_LENGTH) {
     return kNotAKeystore;
   }
-  const std::vector<uint8_t> digest = Digest(bytes.data(), dataSize, password);
+  std::vector<uint8_t> digest;
+  if (!Digest(bytes.data(), dataSize, password, digest)) {
+    return orv::errors::kUnspecified;
+  }
   if (!std::equal(digest.begin(), digest.end(), bytes.begin() + dataSize)) {
     return kKeystoreDigestMismatch;
   }
@@ -161,7 +163,10 @@ std::vector<uint8_t> SerializeKeystore(const Keystore& keystore, std::string_vie
     PutNumber(out, static_cast<uint64_t>(entry.date), 8);
     out.insert(out.end(), entry.body.begin(), entry.body.end());
   }
-  const std::vector<uint8_t> digest = Digest(out.data(), out.size(), password);
+  std::vector<uint8_t> digest;
+  if (!Digest(out.data(), out.size(), password, digest)) {
+    throw std::runtime_error("Cannot compute the keystore digest");
+  }
   out.insert(out.end(), digest.begin(), digest.end());
   return out;
 }

@@ -37,11 +37,12 @@ struct Keystore {
   std::vector<KeystoreEntry> entries;
 };
 
-// 0, kNotAKeystore or kKeystoreDigestMismatch; `keystore` is only filled on success.
+// 0, kNotAKeystore, kKeystoreDigestMismatch, or 0x8000004b when the digest cannot be computed;
+// `keystore` is only filled on success.
 result_t ParseKeystore(const std::vector<uint8_t>& bytes, std::string_view password,
                        Keystore& keystore);
 // The file of `keystore`, digest included. An alias longer than 65535 bytes throws
-// std::length_error.
+// std::length_error, a digest OpenSSL cannot compute std::runtime_error.
 std::vector<uint8_t> SerializeKeystore(const Keystore& keystore, std::string_view password);
 // A trusted-certificate entry in the form of `version` for the DER `certificate`.
 KeystoreEntry MakeTrustedEntry(std::string alias, int64_t date, const RawCert& certificate,

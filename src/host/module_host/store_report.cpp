@@ -9,6 +9,7 @@
 #include <boost/filesystem.hpp>
 
 #include "cert_stores/conversions/cert_conversions.h"
+#include "cert_stores/java/java_keystore_storage.h"
 #include "cert_stores/nss/nss3_storage.h"
 #include "cert_stores/openssl/openssl_storage.h"
 #include "cert_stores/openssl/store_discovery.h"
@@ -100,6 +101,19 @@ json ReportStores(const std::vector<uint8_t>& certificate) {
                     {"path", bundle},
                     {"readable", ORV_SUCCEEDED(result)},
                     {"certificates", held.size()},
+                    {"holds", Holds(held, certificate)}});
+  }
+  for (const stores::NativePath& keystore : stores::GetKeystoreFiles()) {
+    stores::Keystore read;
+    const result_t result = stores::JavaKeystoreStorage().ReadKeystore(keystore, read);
+    std::vector<stores::RawCert> held;
+    for (const stores::KeystoreEntry& entry : read.entries) {
+      held.push_back(entry.certificate);
+    }
+    rows.push_back({{"kind", "java keystore"},
+                    {"path", keystore},
+                    {"readable", ORV_SUCCEEDED(result)},
+                    {"entries", read.entries.size()},
                     {"holds", Holds(held, certificate)}});
   }
   for (const stores::Nss3Storage& database : stores::GetNss3Storages()) {

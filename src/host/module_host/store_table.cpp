@@ -31,6 +31,8 @@ size_t PrintStoreRows(const nlohmann::json& rows, std::ostream& out) {
     std::string contents;
     if (row.contains("certificates")) {
       contents = std::to_string(row["certificates"].get<size_t>()) + " certificates";
+    } else if (row.contains("entries")) {
+      contents = std::to_string(row["entries"].get<size_t>()) + " entries";
     } else if (row.contains("target")) {
       contents = "-> " + row["target"].get<std::string>();
     } else if (kind == "anchor directory") {

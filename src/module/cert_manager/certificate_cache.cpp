@@ -53,6 +53,7 @@ result_t CertificateManagerImpl::LoadCertificates() {
     certificates.insert(certificates.end(), std::make_move_iterator(read.begin()),
                         std::make_move_iterator(read.end()));
   }
+  ReadJavaKeystores(certificates);
   ORV_TRACE(GetTracer(), kDetail) << "certificate list size: " << certificates.size();
 
   Cache cache;

@@ -1,6 +1,7 @@
 #include "cert_manager/certificate_manager_impl.h"
 
 #include "cert_manager/current_accounts.h"
+#include "cert_stores/java/keystore_discovery.h"
 #include "cert_stores/openssl/store_discovery.h"
 #include "orv/check.h"
 #include "orv/service.h"
@@ -25,6 +26,12 @@ CertificateManagerImpl::CertificateManagerImpl(orv::IServiceLocator* locator, or
   ORV_TRACE(GetTracer(), kDetail) << "try to find all openssl storages";
   m_opensslStorages = cert_stores::GetBundleFiles();
   ORV_TRACE(GetTracer(), kDetail) << "found " << m_opensslStorages.size() << " openssl storages";
+
+  m_javaKeystores = cert_stores::GetKeystoreFiles();
+  // Said only where there are any: a machine without Java keeps the lines it always had.
+  if (!m_javaKeystores.empty()) {
+    ORV_TRACE(GetTracer(), kDetail) << "found " << m_javaKeystores.size() << " java keystores";
+  }
 
   // Accounts that exist now are known: only homes that turn up later count as new.
   for (const QelUser& user : CurrentAccounts()) {

@@ -27,9 +27,9 @@ namespace qel::tcp_traffic_interceptor {
 //
 // Threads: Install, Uninstall and FindParentCertificates on any host or engine thread; OnEvent on
 // the provider's thread, one event at a time. `m_mutex` (recursive) is the only lock: it guards
-// m_certificates, m_cache and m_nss3Storages and is held across store work and helper runs.
-// m_userHomes is used without it (the constructor, the subscription and single-file event delivery
-// never overlap); m_opensslStorages never changes after construction.
+// m_certificates, m_installed, m_cache and m_nss3Storages and is held across store work and helper
+// runs. m_userHomes is used without it (the constructor, the subscription and single-file event
+// delivery never overlap); m_opensslStorages and m_javaKeystores never change after construction.
 //
 // Lives in orv::detail::ObjectImpl<CertificateManagerImpl, orv::abi_v2_allocator,
 // orv::detail::ObjectLifetimeBase>: malloc'd, one module count while alive.
@@ -78,12 +78,22 @@ class CertificateManagerImpl : public orv::object::Ifaces<IInotifyEventsReceiver
   // The login-records branch of OnEvent.
   result_t OnLoginsChanged(const InotifyEvent& event);
 
+  // Java keystores (java_keystores.cpp), each under m_mutex.
+  void AddToJavaKeystores(const std::vector<cert_stores::Certificate>& certificates);
+  void DeleteFromJavaKeystores(const std::vector<cert_stores::Certificate>& certificates);
+  void ReadJavaKeystores(std::vector<RawCert>& certificates);
+  // Whether `path` is a known keystore; if so, and a root is installed, it gets the root back
+  // (a package update of the CA set rewrites the keystore without it).
+  bool OnJavaKeystoreChanged(const std::string& path);
+
   RecursiveMutex m_mutex;
-  std::vector<cert_stores::Certificate> m_certificates;    // guarded by m_mutex
-  Cache m_cache;                                           // guarded by m_mutex
-  std::set<std::string> m_userHomes;                       // no lock, see above
+  std::vector<cert_stores::Certificate> m_certificates;  // guarded by m_mutex
+  bool m_installed = false;           // guarded by m_mutex: Install ran and no Uninstall since
+  Cache m_cache;                      // guarded by m_mutex
+  std::set<std::string> m_userHomes;  // no lock, see above
   std::vector<cert_stores::Nss3Storage> m_nss3Storages;    // guarded by m_mutex
   std::vector<cert_stores::NativePath> m_opensslStorages;  // constant after construction
+  std::vector<cert_stores::NativePath> m_javaKeystores;    // constant after construction
   orv::intrusive_ptr<ITrustedCertificatesProvider> m_certificatesProvider;
   orv::intrusive_ptr<IInotifyEventsProvider> m_eventsProvider;
 };

@@ -36,6 +36,7 @@ result_t CertificateManagerImpl::Install(const qel::RawCert& cert) {
     ORV_TRACE(GetTracer(), kWarning)
         << "Cannot add certificate to openssl storage: " << orv::trace::Result{result};
   }
+  AddToJavaKeystores(certificates);
   for (const cert_stores::Nss3Storage& storage : m_nss3Storages) {
     ORV_TRACE(GetTracer(), kDetail) << "Add cert to " << storage.path;
     std::vector<Certificate> copy = certificates;
@@ -47,6 +48,7 @@ result_t CertificateManagerImpl::Install(const qel::RawCert& cert) {
   }
   // Only the last installed certificate goes into stores that turn up later.
   m_certificates.swap(certificates);
+  m_installed = true;
 
   if (const cert_stores::X509Ptr parsed = ParseDer(der)) {
     m_cache[X509_subject_name_hash(parsed.get())].insert(der);
@@ -64,6 +66,7 @@ result_t CertificateManagerImpl::Uninstall(const qel::RawCert& cert) {
     ORV_TRACE(GetTracer(), kWarning)
         << "Cannot delete certificate from openssl storage: " << orv::trace::Result{openSslResult};
   }
+  DeleteFromJavaKeystores(certificates);
   for (const cert_stores::Nss3Storage& storage : m_nss3Storages) {
     if (ORV_FAILED(cert_stores::Nss3Storage(storage).DeleteCertificatesFromStore(certificates))) {
       // The line carries the OpenSSL step's code, not this store's: kept as the product has it.
@@ -71,6 +74,7 @@ result_t CertificateManagerImpl::Uninstall(const qel::RawCert& cert) {
                                        << orv::trace::Result{openSslResult};
     }
   }
+  m_installed = false;
   // m_certificates stays: a store that turns up later still receives the removed certificate
   // until the next Install replaces the list.
   if (const cert_stores::X509Ptr parsed = ParseDer(certificates.front().raw)) {

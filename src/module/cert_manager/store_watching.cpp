@@ -57,6 +57,7 @@ result_t CertificateManagerImpl::SubscribeToEvents() {
     }
   }
   stores.insert(stores.end(), m_opensslStorages.begin(), m_opensslStorages.end());
+  stores.insert(stores.end(), m_javaKeystores.begin(), m_javaKeystores.end());
   for (const cert_stores::NativePath& store : stores) {
     ORV_TRACE(GetTracer(), kDetail) << "watch " << store;
     const result_t result = m_eventsProvider->Subscribe(this, ToString8(store), configFlags);
@@ -95,6 +96,7 @@ result_t CertificateManagerImpl::OnEvent(const InotifyEvent& event) {
   for (size_t i = 0; !known && i < m_opensslStorages.size(); ++i) {
     known = event.name.view() == m_opensslStorages[i];
   }
+  known = known || OnJavaKeystoreChanged(std::string(event.name.view()));
   if (!known) {
     return orv::errors::kOk;
   }

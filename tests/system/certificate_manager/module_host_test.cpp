@@ -6,15 +6,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "abi/cert_manager/cert_manager_fixture.h"
+#include "system/certificate_manager/cert_manager_fixture.h"
 
 namespace cert_manager_test {
 namespace {
 
 using nlohmann::json;
-using tti::test::RunInMountNamespace;
-using tti::test::StoreLayout;
-
 // `module-host arguments` in this namespace: its standard output as JSON.
 json RunModuleHost(const std::string& arguments) {
   const std::string command = "'" + std::string(std::getenv("TTI_BINARY_DIR")) +
@@ -45,10 +42,10 @@ TEST_F(CertManagerTest, ModuleHost_InstallFindParentUninstall_TableFollowsTheSto
   RunInMountNamespace([&] {
     BuildMachine(StoreLayout::kDebian, {{"alice", 1000, "/home/alice"}});
     const std::string database = MakeNssDatabase("/home/alice/.pki/nssdb");
-    const tti::test::TestCertificate root = tti::test::MakeRootCertificate("Host Root");
-    const tti::test::TestCertificate leaf = tti::test::MakeServerCertificate(root, "leaf");
-    tti::test::WriteTextFile("/root/root.pem", root.Pem());
-    tti::test::WriteTextFile("/root/leaf.pem", leaf.Pem());
+    const TestCertificate root = tti::test::MakeRootCertificate("Host Root");
+    const TestCertificate leaf = tti::test::MakeServerCertificate(root, "leaf");
+    tti::test::WriteText("/root/root.pem", root.Pem());
+    tti::test::WriteText("/root/leaf.pem", leaf.Pem());
 
     const json installed = RunModuleHost("install --json /root/root.pem");
     ASSERT_TRUE(installed.is_object());

@@ -24,16 +24,16 @@
 
 #include <openssl/x509_vfy.h>
 
-#include "abi/cert_manager/machine.h"
-#include "abi/cert_manager/provider_doubles.h"
 #include "crypto/trusted_certificate_provider.h"
 #include "host/host_services.h"
 #include "host/module_loader.h"
 #include "host/stderr_tracer.h"
 #include "qel/tcp_traffic_interceptor/certificate_manager.h"
 #include "qel/tcp_traffic_interceptor/class_ids.h"
+#include "sandbox/machine.h"
 #include "support/cert_factory.h"
 #include "support/namespace_sandbox.h"
+#include "system/certificate_manager/recording_inotify_provider.h"
 
 namespace {
 
@@ -193,14 +193,14 @@ class RatioReporter : public benchmark::ConsoleReporter {
 // The machine, the module and a manager that installed a root into every store; a bundle change
 // delivered as an event must reach the lookup before anything is timed.
 void BuildSetup(Setup& setup) {
-  std::vector<cert_manager_test::Account> accounts;
+  std::vector<host::sandbox::Account> accounts;
   for (int i = 0; i < kUsers; ++i) {
     accounts.push_back({"user" + std::to_string(i), static_cast<uint32_t>(1000 + i),
                         "/home/user" + std::to_string(i)});
   }
-  cert_manager_test::BuildMachine(tti::test::StoreLayout::kDebian, accounts);
-  for (const cert_manager_test::Account& account : accounts) {
-    cert_manager_test::MakeNssDatabase(account.home + "/.pki/nssdb");
+  host::sandbox::BuildMachine(tti::test::StoreLayout::kDebian, accounts);
+  for (const host::sandbox::Account& account : accounts) {
+    host::sandbox::MakeNssDatabase(account.home + "/.pki/nssdb");
   }
   setup.module = std::make_unique<host::LoadedModule>(std::string(std::getenv("TTI_BINARY_DIR")) +
                                                       "/bin/libtcp_traffic_interceptor.so");
@@ -216,7 +216,7 @@ void BuildSetup(Setup& setup) {
   if (setup.manager->Install(ToRaw(root.Der())) != 0) {
     throw std::runtime_error("Install failed");
   }
-  if (cert_manager_test::NssCertificates("/home/user49/.pki/nssdb").size() != 1) {
+  if (host::sandbox::NssCertificates("/home/user49/.pki/nssdb").size() != 1) {
     throw std::runtime_error("the root did not reach the databases");
   }
   const tti::test::TestCertificate added = tti::test::MakeRootCertificate("Bench Added Root");
@@ -228,7 +228,7 @@ void BuildSetup(Setup& setup) {
       FindParents(setup.manager.get(), addedDer, parents) != 0) {
     throw std::runtime_error("a bundle change did not reload the cache");
   }
-  setup.bundle = cert_manager_test::BundleCertificates(kBundle);
+  setup.bundle = host::sandbox::BundleCertificates(kBundle);
   std::printf("%zu certificates in the bundle, %d NSS databases\n", setup.bundle.size(), kUsers);
 }
 

@@ -21,9 +21,7 @@ class ConfiguratorTest : public ModuleTest {
     configurator = Create<qel::tcp_traffic_interceptor::ITcpInterceptorConfigurator>(
         qel::tcp_traffic_interceptor::CLSID_TcpInterceptorConfigurator);
     ASSERT_TRUE(configurator);
-    ASSERT_EQ(configurator->QueryInterface(qel::IWebAvInfoProvider::kIid,
-                                           reinterpret_cast<void**>(provider.Ref())),
-              0);
+    provider = As<qel::IWebAvInfoProvider>(configurator.get());
   }
   void TearDown() override {
     provider.reset();

@@ -23,9 +23,7 @@ class NetworkPortsTest : public tti_test::ModuleTest {
     ModuleTest::SetUp();
     interceptor = Create<tti::ITcpInterceptor>(tti::CLSID_NetworkPorts);
     ASSERT_TRUE(interceptor);
-    ASSERT_EQ(interceptor->QueryInterface(tti::INetworkPortsSettings::kIid,
-                                          reinterpret_cast<void**>(settings.Ref())),
-              0);
+    settings = As<tti::INetworkPortsSettings>(interceptor.get());
   }
   void TearDown() override {
     settings.reset();
@@ -109,10 +107,7 @@ TEST_F(NetworkPortsTest, SetSettings_WhileOffStoresOnly_WhileOnWritesLowSixteenB
 }
 
 TEST_F(NetworkPortsTest, Construct_DecidesTheFirstStartsList) {
-  orv::intrusive_ptr<tti::INetworkPortsConstruct> construct;
-  ASSERT_EQ(interceptor->QueryInterface(tti::INetworkPortsConstruct::kIid,
-                                        reinterpret_cast<void**>(construct.Ref())),
-            0);
+  const auto construct = As<tti::INetworkPortsConstruct>(interceptor.get());
   const qel::settings::NetworkPorts ports = Ports({8080, 3128});
   ASSERT_EQ(construct->Construct(&ports), 0);
   EXPECT_EQ(services.settings->writes(), 0u);

@@ -86,10 +86,7 @@ TEST_F(RegistryTest, GetDescriptor_HandlerSettingsRecord) {
   EXPECT_EQ(field->marker, 0xffffffffu);
 
   // The provider interface gives the same static record.
-  orv::intrusive_ptr<orv::IMetaInfoProvider> provider;
-  ASSERT_EQ(registry->QueryInterface(orv::IMetaInfoProvider::kIid,
-                                     reinterpret_cast<void**>(provider.Ref())),
-            0);
+  const auto provider = As<orv::IMetaInfoProvider>(registry.get());
   const orv::TypeDescriptor* same = nullptr;
   ASSERT_EQ(provider->GetDescriptor(kSettingsId, &same), 0);
   EXPECT_EQ(same, descriptor);
@@ -109,10 +106,7 @@ TEST_F(RegistryTest, ReservedSlotsAreNotImplemented) {
   auto registry = Registry();
   EXPECT_EQ(registry->Reserved5(), kNotImplemented);
   EXPECT_EQ(registry->Reserved6(), kNotImplemented);
-  orv::intrusive_ptr<orv::IMetaInfoProvider> provider;
-  ASSERT_EQ(registry->QueryInterface(orv::IMetaInfoProvider::kIid,
-                                     reinterpret_cast<void**>(provider.Ref())),
-            0);
+  const auto provider = As<orv::IMetaInfoProvider>(registry.get());
   EXPECT_EQ(provider->Reserved4(), kNotImplemented);
   EXPECT_EQ(provider->Reserved5(), kNotImplemented);
 }

@@ -8,55 +8,40 @@
 #include <chrono>
 #include <stdexcept>
 #include <thread>
-#include <utility>
 #include <vector>
-
-#include "support/clean_command.h"
 
 namespace tti::test {
 namespace {
-
-// `command` as uid:gid `uid` with HOME=`home`, two minutes at most.
-CommandResult RunAs(const std::string& home, uint32_t uid, std::vector<std::string> command) {
-  std::vector<std::string> argv;
-  if (uid != 0) {
-    const std::string id = std::to_string(uid);
-    argv = {"setpriv", "--reuid=" + id, "--regid=" + id, "--clear-groups"};
-  }
-  for (std::string word :
-       {std::string("env"), "HOME=" + home, std::string("timeout"), std::string("120")}) {
-    argv.push_back(std::move(word));
-  }
-  argv.insert(argv.end(), command.begin(), command.end());
-  return RunClean(argv);
-}
 
 std::string LocalUrl(int port) { return "https://127.0.0.1:" + std::to_string(port) + "/"; }
 
 }  // namespace
 
-PageLoad LoadInChromium(const std::string& home, uint32_t uid, int port,
-                        const std::string& profile) {
+CommandResult RunChromium(const std::string& home, uint32_t uid,
+                          const std::vector<std::string>& arguments) {
   std::vector<std::string> command = {"chromium",
                                       "--headless",
                                       "--no-sandbox",
                                       "--disable-gpu",
                                       "--no-first-run",
+                                      "--no-default-browser-check",
                                       "--disable-background-networking",
                                       "--disable-component-update",
                                       "--disable-sync",
                                       "--disable-default-apps",
+                                      "--disable-extensions",
                                       "--disable-breakpad",
                                       "--disable-domain-reliability",
                                       "--no-pings",
                                       "--metrics-recording-only",
-                                      "--host-resolver-rules=MAP * ~NOTFOUND , EXCLUDE 127.0.0.1",
-                                      "--dump-dom",
-                                      LocalUrl(port)};
-  if (!profile.empty()) {
-    command.insert(command.begin() + 1, "--user-data-dir=" + profile);
-  }
-  const CommandResult result = RunAs(home, uid, command);
+                                      "--hide-scrollbars",
+                                      "--host-resolver-rules=MAP * ~NOTFOUND , EXCLUDE 127.0.0.1"};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return RunCommand(command, {"HOME=" + home}, uid);
+}
+
+PageLoad LoadInChromium(const std::string& home, uint32_t uid, int port) {
+  const CommandResult result = RunChromium(home, uid, {"--dump-dom", LocalUrl(port)});
   PageLoad load;
   load.output = result.output;
   load.loaded = result.exitCode == 0 && result.output.find(">ok\n</pre>") != std::string::npos;

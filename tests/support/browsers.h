@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
+
+#include "support/clean_command.h"
 
 namespace tti::test {
 
@@ -12,13 +15,16 @@ struct PageLoad {
   std::string output;             // everything it printed, for failure messages
 };
 
-// One headless Chromium run of https://127.0.0.1:`port`/ with a clean environment and
-// HOME=`home`, as uid:gid `uid` (0: root), kept off the network: every name but 127.0.0.1 fails
-// to resolve and the background services that would call out are off. With an empty `profile`
-// Chromium makes its own profile and NSS database under HOME, as at a user's first start.
-// Chromium exits 0 whether or not it accepts the certificate, so the dumped page decides.
-PageLoad LoadInChromium(const std::string& home, uint32_t uid, int port,
-                        const std::string& profile = "");
+// One headless Chromium run with a clean environment and HOME=`home`, where it makes its profile
+// and NSS database as at a user's first start, as uid:gid `uid` (0: root), two minutes at most,
+// kept off the network: every name but 127.0.0.1 fails to resolve and the background services
+// that would call out are off. `arguments` follow the common flags (what to do, the address).
+CommandResult RunChromium(const std::string& home, uint32_t uid,
+                          const std::vector<std::string>& arguments);
+
+// https://127.0.0.1:`port`/ in RunChromium. Chromium exits 0 whether or not it accepts the
+// certificate, so the dumped page decides.
+PageLoad LoadInChromium(const std::string& home, uint32_t uid, int port);
 
 // Starts headless Firefox as uid:gid `uid` with a clean environment and HOME=`home`, where it makes
 // or opens its default profile, on https://127.0.0.1:`port`/. Firefox does not end by itself and

@@ -1,64 +1,51 @@
 #include "support/clean_command.h"
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdlib>
-#include <stdexcept>
-
-#include "qel/tools/unique_fd.h"
+#include "qel/tools/process_runner.h"
+#include "support/scratch.h"
 
 namespace tti::test {
+namespace {
+
+std::vector<const char*> Pointers(const std::vector<std::string>& words) {
+  std::vector<const char*> pointers;
+  for (const std::string& word : words) {
+    pointers.push_back(word.c_str());
+  }
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+}  // namespace
+
+CommandResult RunCommand(const std::vector<std::string>& argv,
+                         const std::vector<std::string>& environment, uint32_t uid,
+                         unsigned seconds) {
+  std::vector<std::string> variables = environment;
+  variables.push_back("PATH=/usr/bin:/bin");
+  const std::vector<const char*> args = Pointers(argv);
+  const std::vector<const char*> env = Pointers(variables);
+  CommandResult result;
+  qel::tools::ProcessOptions options;
+  options.path = args[0];
+  options.args = args.data();
+  options.env = env.data();
+  options.uid = uid;
+  options.gid = uid;
+  if (uid != 0) {
+    options.groups = {uid};
+  }
+  options.limits.clear();  // the descriptor limit stays ours: raising it may not be allowed
+  options.stdoutCapture = &result.output;
+  options.mergeStderr = true;
+  options.timeoutMs = seconds * 1000ull;
+  qel::tools::RunProcess(options);
+  result.exitCode = options.exitCode.value_or(-1);
+  return result;
+}
 
 CommandResult RunClean(const std::vector<std::string>& argv) {
-  char scratch[] = "/tmp/tti-home.XXXXXX";
-  if (::mkdtemp(scratch) == nullptr) {
-    throw std::runtime_error("mkdtemp");
-  }
-  std::vector<std::string> words = {"/usr/bin/env", "-i", std::string("HOME=") + scratch,
-                                    "PATH=/usr/bin:/bin"};
-  words.insert(words.end(), argv.begin(), argv.end());
-  // Everything the child needs is built before the fork: nothing allocates after it.
-  std::vector<char*> arguments;
-  for (std::string& word : words) {
-    arguments.push_back(word.data());
-  }
-  arguments.push_back(nullptr);
-  int pipeFds[2];
-  if (::pipe2(pipeFds, O_CLOEXEC) != 0) {
-    throw std::runtime_error("pipe2");
-  }
-  qel::tools::UniqueFd readEnd(pipeFds[0]);
-  qel::tools::UniqueFd writeEnd(pipeFds[1]);
-  const pid_t child = ::fork();
-  if (child < 0) {
-    throw std::runtime_error("fork");
-  }
-  if (child == 0) {
-    ::dup2(writeEnd.Get(), 1);
-    ::dup2(writeEnd.Get(), 2);
-    ::execv(arguments[0], arguments.data());
-    ::_exit(127);
-  }
-  writeEnd.Reset();
-  CommandResult result;
-  char buffer[4096];
-  for (;;) {
-    const ssize_t count = ::read(readEnd.Get(), buffer, sizeof(buffer));
-    if (count > 0) {
-      result.output.append(buffer, static_cast<size_t>(count));
-    } else if (count == 0 || errno != EINTR) {
-      break;
-    }
-  }
-  int status = 0;
-  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-  result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  ::rmdir(scratch);
-  return result;
+  const TempDir home;
+  return RunCommand(argv, {"HOME=" + home.path()});
 }
 
 }  // namespace tti::test

@@ -37,6 +37,13 @@ class ModuleTest : public ::testing::Test {
     EXPECT_EQ(result, 0);
     return object;
   }
+  // QueryInterface for I; fails the test when `object` does not answer it.
+  template <class I>
+  static orv::intrusive_ptr<I> As(orv::IObject* object) {
+    orv::intrusive_ptr<I> found;
+    EXPECT_EQ(object->QueryInterface(I::kIid, reinterpret_cast<void**>(found.Ref())), 0);
+    return found;
+  }
 
   static host::LoadedModule& module() { return *s_module; }
 

@@ -34,33 +34,22 @@ std::vector<std::string> PasswordWords(const std::string& directory, const std::
 }  // namespace
 
 ScratchDirectory::ScratchDirectory() {
-  char pattern[] = "/tmp/tti-nss.XXXXXX";
-  if (::mkdtemp(pattern) == nullptr || ::chmod(pattern, 0755) != 0) {
-    throw std::runtime_error("scratch directory");
+  if (::chmod(path().c_str(), 0755) != 0) {
+    throw std::runtime_error("chmod " + path());
   }
-  m_path = pattern;
-}
-
-ScratchDirectory::~ScratchDirectory() {
-  std::error_code ignored;
-  fs::remove_all(m_path, ignored);
 }
 
 std::string ScratchDirectory::MakeFolder(const std::string& relative) const {
-  const std::string path = m_path + "/" + relative;
-  fs::create_directories(path);
-  return path;
+  const std::string folder = path() + "/" + relative;
+  fs::create_directories(folder);
+  return folder;
 }
 
 void CreateNssDatabase(const std::string& directory, const std::string& password) {
   fs::create_directories(directory);
   std::vector<std::string> words = {"certutil", "-N", "-d", "sql:" + directory};
-  if (password.empty()) {
-    words.push_back("--empty-password");
-  } else {
-    const std::vector<std::string> option = PasswordWords(directory, password);
-    words.insert(words.end(), option.begin(), option.end());
-  }
+  const std::vector<std::string> option = PasswordWords(directory, password);
+  words.insert(words.end(), option.begin(), option.end());
   Require(RunClean(words), "certutil -N in " + directory);
 }
 
@@ -116,20 +105,6 @@ std::map<std::string, std::string> FolderBytes(const std::string& directory) {
     }
   }
   return files;
-}
-
-void ChangeOwner(const std::string& top, uid_t uid, gid_t gid) {
-  if (::lchown(top.c_str(), uid, gid) != 0) {
-    throw std::runtime_error("lchown " + top);
-  }
-  if (!fs::is_directory(fs::symlink_status(top))) {
-    return;
-  }
-  for (const auto& entry : fs::recursive_directory_iterator(top)) {
-    if (::lchown(entry.path().c_str(), uid, gid) != 0) {
-      throw std::runtime_error("lchown " + entry.path().string());
-    }
-  }
 }
 
 }  // namespace tti::test

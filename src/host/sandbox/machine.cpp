@@ -126,12 +126,12 @@ size_t CountOf(const std::vector<std::vector<uint8_t>>& list, const std::vector<
   return static_cast<size_t>(std::count(list.begin(), list.end(), der));
 }
 
-void LogIn(const std::string& user, int index) {
+void LogIn(const std::string& user, int index, short type) {
   if (utmpname("/var/run/utmp") != 0) {
     throw std::runtime_error("utmpname");
   }
   utmp record{};
-  record.ut_type = USER_PROCESS;
+  record.ut_type = type;
   record.ut_pid = 3000 + index;
   std::snprintf(record.ut_id, sizeof(record.ut_id), "s%u", static_cast<unsigned>(index) % 100u);
   std::snprintf(record.ut_line, sizeof(record.ut_line), "pts/%d", index);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utmp.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -33,8 +35,8 @@ std::vector<std::vector<uint8_t>> BundleCertificates(const std::string& path);
 // How many times `der` is in the list.
 size_t CountOf(const std::vector<std::vector<uint8_t>>& list, const std::vector<uint8_t>& der);
 
-// Inside a private mount namespace only: a USER_PROCESS record for `user` on pts/`index` written
+// Inside a private mount namespace only: a record of `type` for `user` on pts/`index` written
 // into /var/run/utmp with the utmp calls, as a login does.
-void LogIn(const std::string& user, int index);
+void LogIn(const std::string& user, int index, short type = USER_PROCESS);
 
 }  // namespace host::sandbox

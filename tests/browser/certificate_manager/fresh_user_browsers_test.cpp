@@ -9,20 +9,12 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include "abi/cert_manager/machine.h"
 #include "support/browsers.h"
-#include "support/cert_factory.h"
 #include "support/local_https_server.h"
-#include "support/namespace_sandbox.h"
-#include "system/certificate_manager/system_fixture.h"
+#include "system/certificate_manager/cert_manager_fixture.h"
 
-namespace certificate_manager_system {
+namespace cert_manager_test {
 namespace {
-
-using cert_manager_test::CountOf;
-using cert_manager_test::NssCertificates;
 
 constexpr uint32_t kUid = 1000;
 const char kHome[] = "/home/alice";
@@ -39,11 +31,11 @@ std::vector<std::string> DatabaseFolders() {
   return folders;
 }
 
-class FreshUserBrowsersTest : public CertificateManagerSystemTest {
+class FreshUserBrowsersTest : public CertManagerTest {
  protected:
   // Builds the machine with one user whose home is empty and belongs to them.
   void BuildMachine() {
-    cert_manager_test::BuildMachine(tti::test::StoreLayout::kDebian, {{"alice", kUid, kHome}});
+    cert_manager_test::BuildMachine(StoreLayout::kDebian, {{"alice", kUid, kHome}});
     ASSERT_EQ(::chown(kHome, kUid, kUid), 0);
   }
 
@@ -65,10 +57,10 @@ class FreshUserBrowsersTest : public CertificateManagerSystemTest {
 };
 
 TEST_F(FreshUserBrowsersTest, FirstStartBeforeInstall_TrustedExactlyWhileInstalled) {
-  tti::test::RunInMountNamespace([&] {
+  RunInMountNamespace([&] {
     BuildMachine();
-    const tti::test::TestCertificate root = tti::test::MakeRootCertificate("Fresh User Root");
-    const tti::test::TestCertificate server = tti::test::MakeServerCertificate(root, "127.0.0.1");
+    const TestCertificate root = tti::test::MakeRootCertificate("Fresh User Root");
+    const TestCertificate server = tti::test::MakeServerCertificate(root, "127.0.0.1");
     const tti::test::LocalHttpsServer https(server);
 
     EXPECT_FALSE(ChromiumLoads(https));
@@ -94,10 +86,10 @@ TEST_F(FreshUserBrowsersTest, FirstStartBeforeInstall_TrustedExactlyWhileInstall
 }
 
 TEST_F(FreshUserBrowsersTest, FirstStartAfterInstall_TheNewDatabaseGetsTheRootThroughTheEvent) {
-  tti::test::RunInMountNamespace([&] {
+  RunInMountNamespace([&] {
     BuildMachine();
-    const tti::test::TestCertificate root = tti::test::MakeRootCertificate("Watched Fresh Root");
-    const tti::test::TestCertificate server = tti::test::MakeServerCertificate(root, "127.0.0.1");
+    const TestCertificate root = tti::test::MakeRootCertificate("Watched Fresh Root");
+    const TestCertificate server = tti::test::MakeServerCertificate(root, "127.0.0.1");
     const tti::test::LocalHttpsServer https(server);
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
     ASSERT_TRUE(manager);
@@ -107,11 +99,12 @@ TEST_F(FreshUserBrowsersTest, FirstStartAfterInstall_TheNewDatabaseGetsTheRootTh
     FirefoxLoads(https);
     const std::vector<std::string> folders = DatabaseFolders();
     ASSERT_EQ(folders.size(), 1u);
-    EXPECT_TRUE(Eventually([&] { return CountOf(NssCertificates(folders[0]), root.Der()) == 1; }))
-        << folders[0];
+    EXPECT_TRUE(tti::test::Eventually([&] {
+      return CountOf(NssCertificates(folders[0]), root.Der()) == 1;
+    })) << folders[0];
     EXPECT_TRUE(FirefoxLoads(https));
   });
 }
 
 }  // namespace
-}  // namespace certificate_manager_system
+}  // namespace cert_manager_test

@@ -1,19 +1,33 @@
 #include <gtest/gtest.h>
 #include <utmp.h>
 
+#include <functional>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "account_sandbox.h"
 #include "host/capturing_tracer.h"
 #include "host/host_object.h"
 #include "qel/tools/accounts.h"
+#include "support/machine.h"
 
 namespace qel::tools {
 namespace {
 
-using accounts_test::Login;
-using accounts_test::RunInAccountSandbox;
+using EtcFiles = std::map<std::string, std::string>;
+using Logins = std::vector<std::pair<std::string, short>>;
+
+// `body` in a private mount namespace whose /etc holds `etc` and whose utmp holds `logins`.
+void RunOnMachine(const EtcFiles& etc, const Logins& logins, const std::function<void()>& body) {
+  tti::test::RunInMountNamespace([&] {
+    tti::test::MountEtc(etc);
+    for (size_t index = 0; index < logins.size(); ++index) {
+      tti::test::LogIn(logins[index].first, static_cast<int>(index), logins[index].second);
+    }
+    body();
+  });
+}
 
 std::string Entry(const std::string& name, uint32_t uid, const std::string& gecos = "") {
   return name + ":x:" + std::to_string(uid) + ":" + std::to_string(uid) + ":" + gecos + ":/home/" +
@@ -30,15 +44,12 @@ std::ostream& operator<<(std::ostream& stream, const UidMinCase& c) { return str
 
 class UidMin : public testing::TestWithParam<UidMinCase> {};
 
-uint64_t gExpectedUidMin = 0;
-
 TEST_P(UidMin, ReadFromLoginDefs) {
-  accounts_test::EtcFiles etc;
+  EtcFiles etc;
   if (GetParam().loginDefs != nullptr) {
     etc["login.defs"] = GetParam().loginDefs;
   }
-  gExpectedUidMin = GetParam().expected;
-  RunInAccountSandbox(etc, {}, [] { EXPECT_EQ(GetUidMin(), gExpectedUidMin); });
+  RunOnMachine(etc, {}, [this] { EXPECT_EQ(GetUidMin(), GetParam().expected); });
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -57,7 +68,7 @@ QelUser User(const char* name, uint32_t uid, uint32_t role) {
   return QelUser{name, std::string("/home/") + name, uid, uid, role};
 }
 
-const accounts_test::EtcFiles kMachine = {
+const EtcFiles kMachine = {
     {"login.defs", "UID_MIN 1000\n"},
     {"passwd", Entry("toor", 0) + Entry("sys", 5) + Entry("low", 999) + Entry("carol", 1500) +
                    Entry("alice", 1000) + Entry("bob", 1001)},
@@ -65,14 +76,14 @@ const accounts_test::EtcFiles kMachine = {
      "tolmadmin:x:2001:alice,bob,carol\ntolmuser:x:2002:carol\n"
      "tolmaudit:x:2003:carol\nnotolm:x:2004:bob\n"}};
 
-const std::vector<Login> kLogins = {{USER_PROCESS, "alice", "pts/1"},
-                                    {USER_PROCESS, "alice", "pts/2"},
-                                    {USER_PROCESS, "sys", "tty1"},
-                                    {USER_PROCESS, "ghost", "pts/3"},
-                                    {LOGIN_PROCESS, "low", "tty2"}};
+const Logins kLogins = {{"alice", USER_PROCESS},
+                        {"alice", USER_PROCESS},
+                        {"sys", USER_PROCESS},
+                        {"ghost", USER_PROCESS},
+                        {"low", LOGIN_PROCESS}};
 
 TEST(Accounts, LoggedAndLocal_MergedWithRoles) {
-  RunInAccountSandbox(kMachine, kLogins, [] {
+  RunOnMachine(kMachine, kLogins, [] {
     const UserGroupInfo groups = GetUserGroupInfo();
     std::vector<QelUser> logged;
     EXPECT_EQ(GetLoggedUsers(groups, logged), 0);
@@ -87,9 +98,9 @@ TEST(Accounts, LoggedAndLocal_MergedWithRoles) {
 }
 
 TEST(Accounts, NoLoginRecordsOrGroups_LocalAccountsAsUsers) {
-  accounts_test::EtcFiles etc = kMachine;
+  EtcFiles etc = kMachine;
   etc.erase("group");
-  RunInAccountSandbox(etc, {}, [] {
+  RunOnMachine(etc, {}, [] {
     EXPECT_EQ(GetAllUsers(GetUidMin(), GetUserGroupInfo()),
               (std::vector<QelUser>{User("alice", 1000, kRoleUser), User("bob", 1001, kRoleUser),
                                     User("carol", 1500, kRoleUser),
@@ -102,17 +113,16 @@ TEST(Accounts, NoLoginRecordsOrGroups_LocalAccountsAsUsers) {
 // alpha needs 32 KiB (3 retries), beta 128 KiB (2 more: the fifth stops), gamma alone 64 KiB
 // (4 retries).
 TEST(Accounts, LongEntries_RetriesCountedForWholeCall) {
-  const accounts_test::EtcFiles etc = {
-      {"passwd", Entry("alpha", 1000, std::string(20000, 'a')) +
-                     Entry("gamma", 1002, std::string(40000, 'c')) +
-                     Entry("beta", 1001, std::string(100000, 'b'))}};
-  RunInAccountSandbox(etc, {{USER_PROCESS, "alpha", "pts/1"}, {USER_PROCESS, "beta", "pts/2"}}, [] {
+  const EtcFiles etc = {{"passwd", Entry("alpha", 1000, std::string(20000, 'a')) +
+                                       Entry("gamma", 1002, std::string(40000, 'c')) +
+                                       Entry("beta", 1001, std::string(100000, 'b'))}};
+  RunOnMachine(etc, {{"alpha", USER_PROCESS}, {"beta", USER_PROCESS}}, [] {
     std::vector<QelUser> logged;
     EXPECT_EQ(GetLoggedUsers(UserGroupInfo{}, logged), 0);
     ASSERT_EQ(logged.size(), 1u);
     EXPECT_EQ(logged[0].name, "alpha");
   });
-  RunInAccountSandbox(etc, {{USER_PROCESS, "gamma", "pts/1"}}, [] {
+  RunOnMachine(etc, {{"gamma", USER_PROCESS}}, [] {
     std::vector<QelUser> logged;
     EXPECT_EQ(GetLoggedUsers(UserGroupInfo{}, logged), 0);
     ASSERT_EQ(logged.size(), 1u);
@@ -121,8 +131,8 @@ TEST(Accounts, LongEntries_RetriesCountedForWholeCall) {
 }
 
 TEST(Accounts, NamesAndUids_FoundOrMissing) {
-  const accounts_test::EtcFiles etc = {{"passwd", Entry("toor", 0) + Entry("alice", 1000)}};
-  RunInAccountSandbox(etc, {}, [] {
+  const EtcFiles etc = {{"passwd", Entry("toor", 0) + Entry("alice", 1000)}};
+  RunOnMachine(etc, {}, [] {
     std::string name = "stale";
     // uid 0 is "root" without a look-up, whatever the account file calls it.
     EXPECT_EQ(GetUserName(0, name), 0);
@@ -149,8 +159,8 @@ TEST(Accounts, NamesAndUids_FoundOrMissing) {
 
 // An entry longer than the 16 KiB buffer makes the look-up itself fail (ERANGE).
 TEST(Accounts, LookupFails_UnspecifiedAndTraced) {
-  const accounts_test::EtcFiles etc = {{"passwd", Entry("huge", 1003, std::string(20000, 'h'))}};
-  RunInAccountSandbox(etc, {}, [] {
+  const EtcFiles etc = {{"passwd", Entry("huge", 1003, std::string(20000, 'h'))}};
+  RunOnMachine(etc, {}, [] {
     std::string name = "stale";
     EXPECT_EQ(GetUserName(1003, name), orv::errors::kUnspecified);
     EXPECT_EQ(name, "");

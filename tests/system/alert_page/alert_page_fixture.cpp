@@ -1,4 +1,4 @@
-#include "alert_page_fixture.h"
+#include "system/alert_page/alert_page_fixture.h"
 
 #include <sys/mount.h>
 #include <unistd.h>
@@ -8,46 +8,20 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "engine/connections.h"
-#include "qel/tcp_traffic_interceptor/class_ids.h"
-#include "qel/tcp_traffic_interceptor/invalid_certificate_handler.h"
-#include "support/namespace_sandbox.h"
+#include "support/scratch.h"
 
 namespace tti_test {
 namespace {
 
-std::string BinaryDir() {
-  const char* directory = std::getenv("TTI_BINARY_DIR");
-  if (directory == nullptr) {
-    throw std::runtime_error("TTI_BINARY_DIR is not set");
-  }
-  return directory;
-}
-
-engine::Der ToDer(const tti::test::TestCertificate& certificate) {
-  const auto raw = certificate.Der();
-  return engine::Der(raw.begin(), raw.end());
-}
+std::string BinaryDir() { return std::getenv("TTI_BINARY_DIR"); }
 
 }  // namespace
 
 std::vector<std::string> AlertPageTest::s_replaced;
 
-void AlertPageTest::SetUpTestSuite() {
-  ModuleTest::SetUpTestSuite();
-  // This process only: ctest runs every test in a process of its own, which ends with its mounts.
-  static const bool entered = [] {
-    tti::test::EnterPrivateMountNamespace();
-    tti::test::MountProductTree();
-    return true;
-  }();
-  (void)entered;
-}
-
 void AlertPageTest::SetUp() {
-  ModuleTest::SetUp();
-  handler = Create<ssl::IInvalidCertificateWebAlertProvider>(
-      qel::tcp_traffic_interceptor::CLSID_InvalidCertificateHandler);
+  HandlerTest::SetUp();
+  handler = CreateHandler();
   ASSERT_TRUE(handler);
 }
 
@@ -58,7 +32,7 @@ void AlertPageTest::TearDown() {
     EXPECT_EQ(::umount2(target->c_str(), MNT_DETACH), 0) << *target;
   }
   s_replaced.clear();
-  ModuleTest::TearDown();
+  HandlerTest::TearDown();
 }
 
 void AlertPageTest::Detect(const std::string& domain,
@@ -67,28 +41,11 @@ void AlertPageTest::Detect(const std::string& domain,
   engine::SslConnectionData data;
   data.domain = domain;
   data.verificationResult = verificationResult;
-  data.serverCertificate = ToDer(*chain.front());
+  data.serverCertificate = chain.front()->Der();
   for (const tti::test::TestCertificate* certificate : chain) {
-    data.chain.certificates.push_back(ToDer(*certificate));
+    data.chain.certificates.push_back(certificate->Der());
   }
-  auto ssl = engine::Make<engine::SslConnection>(std::move(data));
-  auto tcp = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
-  orv::intrusive_ptr<ssl::IInvalidCertificateNotification> notification;
-  ASSERT_EQ(handler->QueryInterface(ssl::IInvalidCertificateNotification::kIid,
-                                    reinterpret_cast<void**>(notification.Ref())),
-            0);
-  ASSERT_EQ(notification->OnInvalidCertificateDetected(tcp.get(), ssl.get()), 0);
-}
-
-void AlertPageTest::SetAction(uint32_t action) {
-  orv::intrusive_ptr<qel::tcp_traffic_interceptor::IInvalidCertificateHandlerSettings> settings;
-  ASSERT_EQ(handler->QueryInterface(
-                qel::tcp_traffic_interceptor::IInvalidCertificateHandlerSettings::kIid,
-                reinterpret_cast<void**>(settings.Ref())),
-            0);
-  qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings record;
-  record.action = static_cast<qel::UntrustedCertificateAction::Type>(action);
-  ASSERT_EQ(settings->SetSettings(&record), 0);
+  ASSERT_EQ(HandlerTest::Detect(handler.get(), data), 0);
 }
 
 result_t AlertPageTest::Page(const std::string& domain, const std::string& continueUrl,
@@ -100,7 +57,8 @@ result_t AlertPageTest::Page(const std::string& domain, const std::string& conti
   data.showCertificateUrl = orv::types::string8_t("https://engine.invalid/certificate?id=7");
   data.uniqPid = 4242;
   orv::types::string8_t body(page.c_str());
-  const result_t result = handler->GetWebAlertStub(data, body);
+  const result_t result =
+      As<ssl::IInvalidCertificateWebAlertProvider>(handler.get())->GetWebAlertStub(data, body);
   page.assign(body.data(), body.size());
   return result;
 }
@@ -112,27 +70,20 @@ std::string AlertPageTest::Page(const std::string& domain, const std::string& co
 }
 
 void AlertPageTest::ReplaceBuildFile(const std::string& relativePath, const std::string& text) {
-  char scratch[] = "/tmp/tti-alert-page.XXXXXX";
-  const int fd = ::mkstemp(scratch);
-  if (fd < 0) {
-    throw std::runtime_error("mkstemp");
-  }
-  ::close(fd);
-  tti::test::WriteTextFile(scratch, text);
+  const tti::test::TempDir scratch;
+  tti::test::WriteText(scratch / "replacement", text);
   const std::string target = BinaryDir() + "/" + relativePath;
-  if (::mount(scratch, target.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+  if (::mount((scratch / "replacement").c_str(), target.c_str(), nullptr, MS_BIND, nullptr) != 0) {
     throw std::runtime_error("cannot bind over " + target);
   }
   s_replaced.push_back(target);
-  ::unlink(scratch);
 }
 
 std::string CatalogText(const std::string& key) {
   std::istringstream lines(
-      tti::test::ReadTextFile(BinaryDir() + "/share/localization/en/traffic_processing.ini"));
-  std::string line;
+      tti::test::ReadText(BinaryDir() + "/share/localization/en/traffic_processing.ini"));
   const std::string prefix = key + " = ";
-  while (std::getline(lines, line)) {
+  for (std::string line; std::getline(lines, line);) {
     if (line.rfind(prefix, 0) == 0) {
       return line.substr(prefix.size());
     }
@@ -142,10 +93,8 @@ std::string CatalogText(const std::string& key) {
 
 std::string LeftOverMark(const std::string& page) {
   std::smatch mark;
-  if (std::regex_search(page, mark, std::regex(R"(%[A-Za-z]+%|\$[A-Za-z0-9_]+\$)"))) {
-    return mark.str();
-  }
-  return std::string();
+  std::regex_search(page, mark, std::regex(R"(%[A-Za-z]+%|\$[A-Za-z0-9_]+\$)"));
+  return mark.str();
 }
 
 }  // namespace tti_test

@@ -4,27 +4,22 @@
 #include <string>
 #include <vector>
 
-#include "component/traffic_processing/protocollers/ssl/invalid_certificate.h"
-#include "support/cert_factory.h"
-#include "support/module_fixture.h"
+#include "system/invalid_certificate/handler_fixture.h"
 
 namespace tti_test {
 
-namespace ssl = ::traffic_processing::protocollers::ssl;
-
-// The real handler in a private mount namespace of this test process (each test runs in a process
-// of its own) over the staged product tree. SetUp creates the handler; the test reports
-// certificates with Detect and asks for pages with Page.
-class AlertPageTest : public ModuleTest {
+// The handler's pages over the staged product tree (template and catalogues) in this test
+// process's mount namespace. SetUp creates the handler; the test reports certificates with Detect
+// and asks for pages with Page.
+class AlertPageTest : public HandlerTest {
  protected:
-  static void SetUpTestSuite();
   void SetUp() override;
   void TearDown() override;
 
   // OnInvalidCertificateDetected for `domain` with `chain` (the first is the server's).
   void Detect(const std::string& domain, const std::vector<tti::test::TestCertificate*>& chain,
               uint32_t verificationResult = 0x80020003);
-  void SetAction(uint32_t action);
+  void SetAction(uint32_t action) { HandlerTest::SetAction(handler.get(), action); }
   // GetWebAlertStub; the page, or what `body` held when the call failed.
   result_t Page(const std::string& domain, const std::string& continueUrl, std::string& page,
                 uint32_t verificationResult = 0x80020003);
@@ -33,7 +28,7 @@ class AlertPageTest : public ModuleTest {
   // Replaces a file of the build tree for this process and this test only (a bind over it).
   static void ReplaceBuildFile(const std::string& relativePath, const std::string& text);
 
-  orv::intrusive_ptr<ssl::IInvalidCertificateWebAlertProvider> handler;
+  orv::intrusive_ptr<ssl::IInvalidCertificateResolver> handler;
 
  private:
   static std::vector<std::string> s_replaced;  // bind targets, undone by TearDown

@@ -1,7 +1,6 @@
 // The cert-manager helper as the module starts it, on real NSS databases made and read with
 // certutil and vfychain: trust written, removal by bytes, refusals that change nothing, the user's
 // module list left unloaded, and the work done as the owner of the database's directory.
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,9 +12,9 @@
 #include <gtest/gtest.h>
 
 #include "cert_stores/conversions/cert_conversions.h"
-#include "qel/tools/process_runner.h"
 #include "support/cert_factory.h"
 #include "support/clean_command.h"
+#include "support/machine.h"
 #include "support/namespace_sandbox.h"
 #include "support/nss_test_db.h"
 
@@ -33,41 +32,13 @@ using Entries = std::map<std::string, std::string>;
 constexpr uid_t kUser = 4242;
 constexpr gid_t kGroup = 4343;
 
-struct HelperRun {
-  int exitCode = -1;
-  std::string errors;
-};
+using HelperRun = tti::test::CommandResult;
 
-// Runs the built helper with the module's fixed environment plus `extraEnvironment`.
-HelperRun RunHelper(const std::vector<std::string>& words,
-                    const std::vector<std::string>& extraEnvironment = {}) {
-  const std::string path = std::string(std::getenv("TTI_BINARY_DIR")) + "/bin/cert-manager";
-  std::vector<const char*> args = {path.c_str()};
-  for (const std::string& word : words) {
-    args.push_back(word.c_str());
-  }
-  args.push_back(nullptr);
-  std::vector<const char*> environment;
-  for (const char* const* entry = tools::DefaultEnvironment(); *entry != nullptr; ++entry) {
-    environment.push_back(*entry);
-  }
-  for (const std::string& entry : extraEnvironment) {
-    environment.push_back(entry.c_str());
-  }
-  environment.push_back(nullptr);
-  HelperRun run;
-  tools::ProcessOptions options;
-  options.path = path.c_str();
-  options.args = args.data();
-  options.env = environment.data();
-  options.stderrCapture = &run.errors;
-  // Raising the hard descriptor limit needs CAP_SYS_RESOURCE, which the test may lack.
-  rlimit present{};
-  ::getrlimit(RLIMIT_NOFILE, &present);
-  options.limits = {{present.rlim_max, present.rlim_max, RLIMIT_NOFILE}};
-  tools::RunProcess(options);
-  run.exitCode = options.exitCode.value_or(-1);
-  return run;
+// Runs the built helper with `environment` alone (and PATH), as the module does with its own.
+HelperRun RunHelper(std::vector<std::string> words,
+                    const std::vector<std::string>& environment = {}) {
+  words.insert(words.begin(), std::string(std::getenv("TTI_BINARY_DIR")) + "/bin/cert-manager");
+  return tti::test::RunCommand(words, environment);
 }
 
 HelperRun Add(const std::string& store, const std::vector<Certificate>& certificates) {
@@ -102,7 +73,7 @@ TEST_F(CertManagerTest, AddThenDelete_TrustedForTlsServersRemovedByBytes) {
   EXPECT_FALSE(NssTrustsServer(directory, m_server));
 
   const HelperRun added = Add(store, {m_cert, m_otherCert});
-  ASSERT_EQ(added.exitCode, 0) << added.errors;
+  ASSERT_EQ(added.exitCode, 0) << added.output;
   EXPECT_EQ(ListNssDatabase(directory), (Entries{{m_cert.name, "C,,"}, {m_otherCert.name, "C,,"}}));
   EXPECT_TRUE(NssTrustsServer(directory, m_server));
   // Again: no second copy, trust unchanged.
@@ -114,7 +85,7 @@ TEST_F(CertManagerTest, AddThenDelete_TrustedForTlsServersRemovedByBytes) {
   const Certificate renamed{"", m_cert.raw};
   const Certificate absent{"absent", tti::test::MakeRootCertificate("tti absent").Der()};
   const HelperRun deleted = Delete(store, {absent, renamed});
-  EXPECT_EQ(deleted.exitCode, 0) << deleted.errors;
+  EXPECT_EQ(deleted.exitCode, 0) << deleted.output;
   EXPECT_EQ(ListNssDatabase(directory), (Entries{{m_otherCert.name, "C,,"}}));
   EXPECT_FALSE(NssTrustsServer(directory, m_server));
 
@@ -146,7 +117,7 @@ TEST_F(CertManagerTest, WrongArguments_ExitOneWithUsageAndNothingChanged) {
   for (const auto& words : cases) {
     const HelperRun run = RunHelper(words);
     EXPECT_EQ(run.exitCode, 1) << ::testing::PrintToString(words);
-    EXPECT_NE(run.errors.find("cert-manager: "), std::string::npos) << run.errors;
+    EXPECT_NE(run.output.find("cert-manager: "), std::string::npos) << run.output;
   }
   EXPECT_EQ(FolderBytes(directory), before);
 }
@@ -160,8 +131,8 @@ TEST_F(CertManagerTest, OneCertificateRefused_ExitThreeAndTheOthersDone) {
 
   const HelperRun run = Add(directory + "/cert9.db", {{"taken", m_cert.raw}, m_otherCert});
   EXPECT_EQ(run.exitCode, 3);
-  EXPECT_NE(run.errors.find("cert-manager: cannot import taken: "), std::string::npos)
-      << run.errors;
+  EXPECT_NE(run.output.find("cert-manager: cannot import taken: "), std::string::npos)
+      << run.output;
   EXPECT_EQ(ListNssDatabase(directory), (Entries{{"taken", ",,"}, {m_otherCert.name, "C,,"}}));
   EXPECT_FALSE(NssTrustsServer(directory, m_server));
 }
@@ -176,8 +147,8 @@ TEST_F(CertManagerTest, PasswordDatabase_RefusedWithMessageAndUnchanged) {
   for (const HelperRun& run :
        {Add(directory + "/cert9.db", {m_cert}), Delete(directory + "/cert9.db", {m_otherCert})}) {
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_NE(run.errors.find("is protected by a password; nothing was changed"), std::string::npos)
-        << run.errors;
+    EXPECT_NE(run.output.find("is protected by a password; nothing was changed"), std::string::npos)
+        << run.output;
   }
   EXPECT_EQ(ListNssDatabase(directory), entries);
   EXPECT_EQ(FolderBytes(directory), before);
@@ -189,13 +160,13 @@ TEST_F(CertManagerTest, DatabaseNotOpened_ExitTwoWithMessage) {
   const auto before = FolderBytes(damaged);
   const HelperRun run = Add(damaged + "/cert9.db", {m_cert});
   EXPECT_EQ(run.exitCode, 2);
-  EXPECT_NE(run.errors.find("Cannot init " + damaged + "/cert9.db"), std::string::npos)
-      << run.errors;
+  EXPECT_NE(run.output.find("Cannot init " + damaged + "/cert9.db"), std::string::npos)
+      << run.output;
   EXPECT_EQ(FolderBytes(damaged), before);
 
   const HelperRun missing = Add(m_scratch.Path() + "/no/such/cert9.db", {m_cert});
   EXPECT_EQ(missing.exitCode, 2);
-  EXPECT_NE(missing.errors.find("no/such"), std::string::npos) << missing.errors;
+  EXPECT_NE(missing.output.find("no/such"), std::string::npos) << missing.output;
 }
 
 TEST_F(CertManagerTest, LibraryLineOfModuleList_NeverLoaded) {
@@ -210,7 +181,7 @@ TEST_F(CertManagerTest, LibraryLineOfModuleList_NeverLoaded) {
   const HelperRun run = RunHelper(
       {"--nss3-add", "--nss3-path", directory + "/cert9.db", "--certlist", MakeCertList({m_cert})},
       {"TTI_MARKER=" + marker});
-  EXPECT_EQ(run.exitCode, 0) << run.errors;
+  EXPECT_EQ(run.exitCode, 0) << run.output;
   EXPECT_FALSE(std::filesystem::exists(marker));
   EXPECT_EQ(ListNssDatabase(directory), (Entries{{m_cert.name, "C,,"}}));
 
@@ -252,7 +223,7 @@ TEST_F(CertManagerTest, UserLinkToRootDatabase_NotWrittenThrough) {
   const auto before = FolderBytes(rootDatabase);
 
   const HelperRun run = Add(home + "/nssdb/cert9.db", {m_cert});
-  EXPECT_EQ(run.exitCode, 2) << run.errors;
+  EXPECT_EQ(run.exitCode, 2) << run.output;
   EXPECT_EQ(ListNssDatabase(rootDatabase), Entries{});
   EXPECT_EQ(FolderBytes(rootDatabase), before);
   EXPECT_EQ(OwnerOf(rootDatabase + "/cert9.db"), 0u);

@@ -27,11 +27,6 @@ constexpr int kThreads = 8;
 // 1200 distinct domains in all: more than the cache holds, so puts evict while others read.
 constexpr int kDomainsPerThread = 150;
 
-engine::Der ToDer(const tti::test::TestCertificate& certificate) {
-  const auto der = certificate.Der();
-  return engine::Der(der.begin(), der.end());
-}
-
 // The handler built into this binary (not loaded), so that its cache can be counted. Every
 // operation runs on eight threads at once over 1200 domains; run under the tsan preset, this is
 // the race test of both locks.
@@ -68,8 +63,8 @@ TEST(HandlerConcurrencyTest, AllOperationsAtOnce_CacheStaysWithinItsCapacity) {
 
   const auto root = tti::test::MakeRootCertificate("Race Root");
   const auto server = tti::test::MakeServerCertificate(root, "race.example");
-  const engine::Der serverDer = ToDer(server);
-  const engine::Der rootDer = ToDer(root);
+  const engine::Der serverDer = server.Der();
+  const engine::Der rootDer = root.Der();
   const auto tcp = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
 
   std::vector<std::thread> threads;

@@ -39,10 +39,8 @@ TEST_P(ResolveTableTest, Resolve_VerdictAndEventsFollowActionOrTheCallersValue) 
   auto handler = CreateHandler();
   ASSERT_TRUE(handler);
   SetAction(handler.get(), row.action);
-  auto ssl = engine::Make<engine::SslConnection>(Connection("bad.example"));
-  auto tcp = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
   auto verdict = static_cast<Verdict>(row.preset);
-  ASSERT_EQ(handler->Resolve(tcp.get(), ssl.get(), verdict), 0);
+  ASSERT_EQ(Resolve(handler.get(), Connection("bad.example"), verdict), 0);
   EXPECT_EQ(static_cast<uint32_t>(verdict), row.verdict);
   const auto events = Events();
   EXPECT_EQ(Types(events), row.events);
@@ -78,18 +76,15 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(HandlerTest, Resolve_FailuresAfterTheVerdictLeaveItAndPublishNothing) {
   auto handler = CreateHandler();
   SetAction(handler.get(), 1);
-  auto tcp = engine::Make<engine::TcpConnection>(1, kEngineFailure);
-  auto ssl = engine::Make<engine::SslConnection>(Connection("bad.example"));
   Verdict verdict = Verdict::Allow;
-  EXPECT_EQ(handler->Resolve(tcp.get(), ssl.get(), verdict), kEngineFailure);
+  EXPECT_EQ(Resolve(handler.get(), Connection("bad.example"), verdict, 1, kEngineFailure),
+            kEngineFailure);
   EXPECT_EQ(verdict, Verdict::Block);
 
   engine::SslConnectionData broken = Connection("bad.example");
   broken.serverCertificate = {0x30, 0x00};
-  auto brokenSsl = engine::Make<engine::SslConnection>(broken);
-  auto goodTcp = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
   verdict = Verdict::Allow;
-  EXPECT_EQ(handler->Resolve(goodTcp.get(), brokenSsl.get(), verdict), kInvalidArgument);
+  EXPECT_EQ(Resolve(handler.get(), broken, verdict), kInvalidArgument);
   EXPECT_EQ(verdict, Verdict::Block);
   EXPECT_TRUE(Events().empty());
   EXPECT_TRUE(tracer->Contains("Cannot get client info from connection"));
@@ -107,9 +102,7 @@ TEST_F(HandlerTest, Detected_PublishesOneEventAndNoVerdictEvenWhenItCannotFindTh
   EXPECT_EQ(Events()[0]["DangerLevel"], "Critical");
   EXPECT_EQ(ssl->chainRequests(), 1u);
 
-  auto lostClient = engine::Make<engine::TcpConnection>(1, kEngineFailure);
-  EXPECT_EQ(notification->OnInvalidCertificateDetected(lostClient.get(), ssl.get()),
-            kEngineFailure);
+  EXPECT_EQ(Detect(handler.get(), Connection("bad.example"), 1, kEngineFailure), kEngineFailure);
   EXPECT_EQ(Events().size(), 1u);
   EXPECT_TRUE(tracer->Contains("save invalid cert chain for domain bad.example"));
 }
@@ -245,19 +238,15 @@ class CachePageTest : public HandlerTest {
   engine::SslConnectionData ConnectionWith(const tti::test::TestCertificate& leaf,
                                            const std::string& domain) const {
     engine::SslConnectionData data = Connection(domain);
-    const auto der = leaf.Der();
-    data.serverCertificate = engine::Der(der.begin(), der.end());
+    data.serverCertificate = leaf.Der();
     return data;
   }
 };
 
 TEST_F(CachePageTest, Detected_EntryStaysForThePageEvenWhenTheClientIsLost) {
   auto handler = CreateHandler();
-  auto notification = As<ssl::IInvalidCertificateNotification>(handler.get());
   const auto leaf = tti::test::MakeServerCertificate(root, "kept-subject.example");
-  auto ssl = engine::Make<engine::SslConnection>(ConnectionWith(leaf, "lost.example"));
-  auto lostClient = engine::Make<engine::TcpConnection>(1, static_cast<result_t>(0x80000042u));
-  ASSERT_NE(notification->OnInvalidCertificateDetected(lostClient.get(), ssl.get()), 0);
+  ASSERT_NE(Detect(handler.get(), ConnectionWith(leaf, "lost.example"), 1, 0x80000042u), 0);
   const std::string page = Page(handler.get(), "lost.example");
   EXPECT_NE(page.find("kept-subject.example"), std::string::npos);
   EXPECT_EQ(page.find("%CertificateSubject%"), std::string::npos);
@@ -267,13 +256,10 @@ TEST_F(CachePageTest, Detected_EntryStaysForThePageEvenWhenTheClientIsLost) {
 
 TEST_F(CachePageTest, Detected_SecondCertificateForADomainReplacesTheFirst) {
   auto handler = CreateHandler();
-  auto notification = As<ssl::IInvalidCertificateNotification>(handler.get());
-  auto client = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
   const auto first = tti::test::MakeServerCertificate(root, "first-subject.example");
   const auto second = tti::test::MakeServerCertificate(root, "second-subject.example");
   for (const auto* leaf : {&first, &second}) {
-    auto ssl = engine::Make<engine::SslConnection>(ConnectionWith(*leaf, "twice.example"));
-    ASSERT_EQ(notification->OnInvalidCertificateDetected(client.get(), ssl.get()), 0);
+    ASSERT_EQ(Detect(handler.get(), ConnectionWith(*leaf, "twice.example")), 0);
   }
   const std::string page = Page(handler.get(), "twice.example");
   EXPECT_NE(page.find("second-subject.example"), std::string::npos);
@@ -282,11 +268,8 @@ TEST_F(CachePageTest, Detected_SecondCertificateForADomainReplacesTheFirst) {
 
 TEST_F(HandlerTest, Trace_DetailLinesOfOneDetection) {
   auto handler = CreateHandler();
-  auto notification = As<ssl::IInvalidCertificateNotification>(handler.get());
-  auto ssl = engine::Make<engine::SslConnection>(Connection("golden.example"));
-  auto client = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
   tracer->Clear();
-  ASSERT_EQ(notification->OnInvalidCertificateDetected(client.get(), ssl.get()), 0);
+  ASSERT_EQ(Detect(handler.get(), Connection("golden.example")), 0);
   const std::vector<std::string> expected = {
       "virtual result_t "
       "qel::tcp_traffic_interceptor::InvalidCertificateHandler::OnInvalidCertificateDetected("

@@ -16,10 +16,8 @@ class EventsTest : public HandlerTest {
   void ResolveFor(uint32_t pid) {
     auto handler = CreateHandler();
     SetAction(handler.get(), 1);
-    auto ssl = engine::Make<engine::SslConnection>(Connection("order.example"));
-    auto tcp = engine::Make<engine::TcpConnection>(pid);
     Verdict verdict = Verdict::Allow;
-    ASSERT_EQ(handler->Resolve(tcp.get(), ssl.get(), verdict), 0);
+    ASSERT_EQ(Resolve(handler.get(), Connection("order.example"), verdict, pid), 0);
   }
 };
 
@@ -110,10 +108,8 @@ TEST_F(EventsTest, Publisher_MissingOrFailingLosesTheEventNotTheVerdict) {
   services.locator->Remove(qel::INonRemoteEventPublisher::kIid);
   auto handler = CreateHandler();
   SetAction(handler.get(), 1);
-  auto ssl = engine::Make<engine::SslConnection>(Connection("lost.example"));
-  auto tcp = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
   Verdict verdict = Verdict::Allow;
-  EXPECT_EQ(handler->Resolve(tcp.get(), ssl.get(), verdict), 0);
+  EXPECT_EQ(Resolve(handler.get(), Connection("lost.example"), verdict), 0);
   EXPECT_EQ(verdict, Verdict::Block);
   const auto errors = tracer->Texts(300);
   ASSERT_EQ(errors.size(), 2u);
@@ -131,10 +127,7 @@ TEST_F(EventsTest, Detected_CertificateWithoutCommonNameAndDateStillHasAllFields
   ASN1_TIME_set_string(X509_getm_notAfter(server.x509.get()), "15000101000000Z");
   ASSERT_GT(X509_sign(server.x509.get(), root.key.get(), EVP_sha256()), 0);
   auto handler = CreateHandler();
-  auto notification = As<ssl::IInvalidCertificateNotification>(handler.get());
-  auto ssl = engine::Make<engine::SslConnection>(Connection("noname.example"));
-  auto tcp = engine::Make<engine::TcpConnection>(0x7ffffff0);
-  ASSERT_EQ(notification->OnInvalidCertificateDetected(tcp.get(), ssl.get()), 0);
+  ASSERT_EQ(Detect(handler.get(), Connection("noname.example"), 0x7ffffff0), 0);
   const auto events = Events();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0]["Subject"], "NotPartOfCertificate");

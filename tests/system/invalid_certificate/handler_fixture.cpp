@@ -19,11 +19,6 @@ constexpr const char* kTemplateDirectory = "/opt/morvane/tolm/shared/loc/neutral
 constexpr const char* kTemplate =
     "/opt/morvane/tolm/shared/loc/neutral/templates/invalid_certificate.html";
 
-engine::Der ToDer(const tti::test::TestCertificate& certificate) {
-  const auto der = certificate.Der();
-  return engine::Der(der.begin(), der.end());
-}
-
 }  // namespace
 
 void MountHandlerTemplate() {
@@ -57,18 +52,10 @@ void HandlerTest::SetUpTestSuite() {
 
 void HandlerTest::SetUp() {
   ModuleTest::SetUp();
-  char directory[] = "/tmp/handler-events-XXXXXX";
-  ASSERT_NE(::mkdtemp(directory), nullptr);
-  eventsPath = std::string(directory) + "/events.jsonl";
+  eventsPath = eventsFolder / "events.jsonl";
   services.events = host::MakeObject<host::EventPublisher>(eventsPath);
   services.locator->Add<qel::INonRemoteEventPublisher>(services.events.get());
   ConfigureTasks(qel::TaskState::Started, qel::TaskState::Started);
-}
-
-void HandlerTest::TearDown() {
-  std::error_code ignored;
-  std::filesystem::remove_all(std::filesystem::path(eventsPath).parent_path(), ignored);
-  ModuleTest::TearDown();
 }
 
 orv::intrusive_ptr<ssl::IInvalidCertificateResolver> HandlerTest::CreateHandler() {
@@ -84,12 +71,29 @@ void HandlerTest::SetAction(orv::IObject* handler, uint32_t action, bool addToAu
   ASSERT_EQ(settingsInterface->SetSettings(&settings), 0);
 }
 
+result_t HandlerTest::Resolve(orv::IObject* handler, const engine::SslConnectionData& data,
+                              ssl::InvalidCertificateVerdict& verdict, uint32_t pid,
+                              result_t clientFailure) {
+  auto tcp = engine::Make<engine::TcpConnection>(pid, clientFailure);
+  auto connection = engine::Make<engine::SslConnection>(data);
+  return As<ssl::IInvalidCertificateResolver>(handler)->Resolve(tcp.get(), connection.get(),
+                                                                verdict);
+}
+
+result_t HandlerTest::Detect(orv::IObject* handler, const engine::SslConnectionData& data,
+                             uint32_t pid, result_t clientFailure) {
+  auto tcp = engine::Make<engine::TcpConnection>(pid, clientFailure);
+  auto connection = engine::Make<engine::SslConnection>(data);
+  return As<ssl::IInvalidCertificateNotification>(handler)->OnInvalidCertificateDetected(
+      tcp.get(), connection.get());
+}
+
 engine::SslConnectionData HandlerTest::Connection(const std::string& domain) const {
   engine::SslConnectionData data;
   data.domain = domain;
   data.verificationResult = 0x80120003;  // facility bits set: still an untrusted root
-  data.serverCertificate = ToDer(server);
-  data.chain.certificates = {ToDer(server), ToDer(intermediate), ToDer(root)};
+  data.serverCertificate = server.Der();
+  data.chain.certificates = {server.Der(), intermediate.Der(), root.Der()};
   return data;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -12,6 +14,7 @@
 #include "qel/tcp_traffic_interceptor/invalid_certificate_handler.h"
 #include "support/cert_factory.h"
 #include "support/module_fixture.h"
+#include "support/scratch.h"
 
 namespace tti_test {
 
@@ -31,18 +34,18 @@ class HandlerTest : public ModuleTest {
  protected:
   static void SetUpTestSuite();
   void SetUp() override;
-  void TearDown() override;
 
   // A fresh handler through the module's factory (all seven interfaces answer one object).
   orv::intrusive_ptr<ssl::IInvalidCertificateResolver> CreateHandler();
-  template <class I>
-  orv::intrusive_ptr<I> As(orv::IObject* object) {
-    orv::intrusive_ptr<I> found;
-    EXPECT_EQ(object->QueryInterface(I::kIid, reinterpret_cast<void**>(found.Ref())), 0);
-    return found;
-  }
   void SetAction(orv::IObject* handler, uint32_t action, bool addToAutoExcludes = true);
 
+  // Resolve, or OnInvalidCertificateDetected, of `handler` for a fresh connection of `data` from
+  // process `pid`, whose engine object fails with `clientFailure` unless it is 0; the result.
+  result_t Resolve(orv::IObject* handler, const engine::SslConnectionData& data,
+                   ssl::InvalidCertificateVerdict& verdict, uint32_t pid = ::getpid(),
+                   result_t clientFailure = 0);
+  result_t Detect(orv::IObject* handler, const engine::SslConnectionData& data,
+                  uint32_t pid = ::getpid(), result_t clientFailure = 0);
   // A connection to `domain` whose certificates are real: server, intermediate, root.
   engine::SslConnectionData Connection(const std::string& domain) const;
   // The events written so far, each one JSON object with its keys in the written order.
@@ -55,6 +58,7 @@ class HandlerTest : public ModuleTest {
   tti::test::TestCertificate intermediate =
       tti::test::MakeServerCertificate(root, "Handler Test Intermediate");
   tti::test::TestCertificate server = tti::test::MakeServerCertificate(root, "bad.example");
+  tti::test::TempDir eventsFolder;
   std::string eventsPath;
 };
 

@@ -1,70 +1,46 @@
 // module-host resolve, run as a child with the real module. The child binds the build's product
 // tree at /opt/morvane/tolm in a mount namespace of its own; this process mounts nothing.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "support/cert_factory.h"
-#include "support/namespace_sandbox.h"
+#include "support/clean_command.h"
+#include "support/scratch.h"
 
 namespace {
 
 using nlohmann::json;
 
-struct ChildRun {
-  int exitCode = -1;
-  std::string output;
-};
-
-// `tree` empty: the build's staged product tree.
-ChildRun RunModuleHost(const std::string& arguments, const std::string& tree = "") {
-  const std::string binaryDir = std::getenv("TTI_BINARY_DIR") ? std::getenv("TTI_BINARY_DIR") : ".";
-  const std::string productTree = tree.empty() ? binaryDir + "/opt/morvane/tolm" : tree;
-  const std::string command = "'" + binaryDir + "/bin/module-host' --product-tree '" + productTree +
-                              "' " + arguments + " 2>&1";
-  ChildRun run;
-  FILE* child = popen(command.c_str(), "re");
-  if (child == nullptr) {
-    return run;
+// `arguments` split at blanks; `tree` empty: the build's staged product tree.
+tti::test::CommandResult RunModuleHost(const std::string& arguments, const std::string& tree = "") {
+  const std::string binaryDir = std::getenv("TTI_BINARY_DIR");
+  std::vector<std::string> argv = {binaryDir + "/bin/module-host", "--product-tree",
+                                   tree.empty() ? binaryDir + "/opt/morvane/tolm" : tree};
+  std::istringstream words(arguments);
+  for (std::string word; words >> word;) {
+    argv.push_back(word);
   }
-  char buffer[4096];
-  for (size_t got; (got = fread(buffer, 1, sizeof(buffer), child)) > 0;) {
-    run.output.append(buffer, got);
-  }
-  const int status = pclose(child);
-  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return run;
+  return tti::test::RunCommand(argv, {"TTI_BINARY_DIR=" + binaryDir});
 }
 
 class ModuleHostResolveTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char directory[] = "/tmp/resolve-chain-XXXXXX";
-    ASSERT_NE(::mkdtemp(directory), nullptr);
-    chain = std::string(directory) + "/chain.pem";
     const auto root = tti::test::MakeRootCertificate("Resolve Root");
     const auto server = tti::test::MakeServerCertificate(root, "resolve.example");
-    tti::test::WriteTextFile(chain, server.Pem() + root.Pem());
-  }
-
-  void TearDown() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(std::filesystem::path(chain).parent_path(), ignored);
+    tti::test::WriteText(chain, server.Pem() + root.Pem());
   }
 
   // The report, or a failure with the child's output.
   json Report(const std::string& arguments) {
-    const ChildRun run =
-        RunModuleHost("resolve --domain resolve.example --chain '" + chain + "' " + arguments);
+    const auto run =
+        RunModuleHost("resolve --domain resolve.example --chain " + chain + " " + arguments);
     EXPECT_EQ(run.exitCode, 0) << run.output;
     return json::parse(run.output, nullptr, false);
   }
@@ -76,7 +52,8 @@ class ModuleHostResolveTest : public ::testing::Test {
     return types;
   }
 
-  std::string chain;
+  const tti::test::TempDir scratch;
+  const std::string chain = scratch / "chain.pem";
 };
 
 TEST_F(ModuleHostResolveTest, Block_EveryOperationWithItsVerdictAndEvents) {
@@ -123,12 +100,12 @@ TEST_F(ModuleHostResolveTest, OutOfRangeActionAndExclusionsOff) {
 }
 
 TEST_F(ModuleHostResolveTest, Failures_MissingTreeOrChainAreReported) {
-  const ChildRun noTree = RunModuleHost(
-      "resolve --domain d --chain '" + chain + "' --verification 1", "/nonexistent/tree");
+  const auto noTree = RunModuleHost("resolve --domain d --chain " + chain + " --verification 1",
+                                    "/nonexistent/tree");
   EXPECT_EQ(noTree.exitCode, 1);
   EXPECT_NE(noTree.output.find("product tree: no directory /nonexistent/tree"), std::string::npos)
       << noTree.output;
-  const ChildRun noChain =
+  const auto noChain =
       RunModuleHost("resolve --domain d --chain /nonexistent/chain.pem --verification 1");
   EXPECT_EQ(noChain.exitCode, 1);
   EXPECT_NE(noChain.output.find("cannot open /nonexistent/chain.pem"), std::string::npos)

@@ -3,20 +3,21 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "cert_stores/nss/nss3_storage.h"
-#include "nss_machine.h"
+#include "support/machine.h"
 #include "support/namespace_sandbox.h"
+#include "system/nss_discovery/nss3_storage_printer.h"
 
 namespace qel::tcp_traffic_interceptor::cert_stores {
 namespace {
 
-using namespace nss_discovery_test;
-using tti::test::RunInMountNamespace;
+using namespace tti::test;
 
 // Below UID_MIN and never logged in: "daemon". Below UID_MIN but logged in: "svc". Two accounts
 // share one home. One has an empty home field, which means the working directory.
@@ -33,16 +34,17 @@ const std::vector<Account> kAccounts = {
 // Homes with one database each (real ones where certutil can run before /etc is replaced), then
 // the accounts.
 void BuildMachine() {
-  MountHomes();
-  MakeDatabase("/home/root/.pki/nssdb", 0);
-  MakeDatabase("/home/alice/.mozilla/firefox/p.default", 1001);
-  MakeDatabase("/home/shared/.pki/nssdb", 1002);
-  MakeDatabase("/home/daemon/.pki/nssdb", 500);
+  MountTmpfs("/home");
+  MakeNssDatabaseOf("/home/root/.pki/nssdb", 0);
+  MakeNssDatabaseOf("/home/alice/.mozilla/firefox/p.default", 1001);
+  MakeNssDatabaseOf("/home/shared/.pki/nssdb", 1002);
+  MakeNssDatabaseOf("/home/daemon/.pki/nssdb", 500);
   MakeDirectory("/home/svc/snap/app/x/.pki/nssdb", 400);
   MakeFile("/home/svc/snap/app/x/.pki/nssdb/cert9.db", 400, 400);
   MakeDirectory("/home/cwd/.pki/nssdb");
   MakeFile("/home/cwd/.pki/nssdb/cert9.db", 1004, 1004);
-  MountAccounts(kAccounts, {"svc"});
+  MountEtc({{"passwd", PasswdLines(kAccounts)}, {"login.defs", "UID_MIN 1000\n"}});
+  LogIn("svc", 0);
   ASSERT_EQ(::chdir("/home/cwd"), 0);
 }
 
@@ -81,21 +83,21 @@ TEST(Nss3Storages, SystemDatabase_ADirectoryOrALinkToOne) {
       {"link to a directory",
        [] {
          MakeDirectory("/etc/pki/real");
-         MakeLink("real", "/etc/pki/nssdb");
+         std::filesystem::create_symlink("real", "/etc/pki/nssdb");
        },
        true},
       {"link to a file",
        [] {
          MakeFile("/etc/pki/real");
-         MakeLink("real", "/etc/pki/nssdb");
+         std::filesystem::create_symlink("real", "/etc/pki/nssdb");
        },
        false},
-      {"dangling link", [] { MakeLink("gone", "/etc/pki/nssdb"); }, false},
+      {"dangling link", [] { std::filesystem::create_symlink("gone", "/etc/pki/nssdb"); }, false},
   };
   for (const SystemDatabaseCase& c : cases) {
     RunInMountNamespace([&] {
-      MountHomes();
-      MountAccounts({});
+      MountTmpfs("/home");
+      MountEtc({});
       MakeDirectory("/etc/pki");
       c.make();
       const std::vector<Nss3Storage> system = {{"/etc/pki/nssdb/", 0, 0}};

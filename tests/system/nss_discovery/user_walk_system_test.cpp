@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -14,17 +15,24 @@
 #include <gtest/gtest.h>
 
 #include "cert_stores/nss/nss3_storage.h"
-#include "nss_machine.h"
 #include "qel/tools/unique_fd.h"
+#include "support/machine.h"
 #include "support/namespace_sandbox.h"
+#include "system/nss_discovery/nss3_storage_printer.h"
 
 namespace qel::tcp_traffic_interceptor::cert_stores {
 namespace {
 
-using namespace nss_discovery_test;
-using tti::test::RunInMountNamespace;
+using namespace tti::test;
 
 constexpr uint32_t kAlice = 1001;
+
+void MakeFifo(const std::string& path) { ASSERT_EQ(::mkfifo(path.c_str(), 0666), 0) << path; }
+
+size_t OpenDescriptorCount() {
+  const std::filesystem::directory_iterator entries("/proc/self/fd");
+  return static_cast<size_t>(std::distance(begin(entries), end(entries)));
+}
 
 QelUser Alice(const std::string& home = "/home/alice") {
   return QelUser{"alice", home, kAlice, kAlice, kRoleUser};
@@ -46,11 +54,11 @@ void MakeFileIn(const std::string& path, uint32_t uid = kAlice) {
 
 TEST(UserNss3Storages, ProfilePlaces_OnlyBelowThePlacesAndDirectlyInTheHome) {
   RunInMountNamespace([] {
-    MountHomes();
+    MountTmpfs("/home");
     const std::string home = "/home/alice";
     MakeDirectory(home, kAlice);
-    MakeDatabase(home + "/.mozilla/firefox/abcd.default-release", kAlice);
-    MakeDatabase(home + "/.pki/nssdb", kAlice);
+    MakeNssDatabaseOf(home + "/.mozilla/firefox/abcd.default-release", kAlice);
+    MakeNssDatabaseOf(home + "/.pki/nssdb", kAlice);
     MakeDirectory(home + "/snap/chromium/2497/.pki/nssdb");
     MakeFile(home + "/snap/chromium/2497/.pki/nssdb/cert9.db", kAlice, 50);
     MakeDirectory(home + "/Snap/a");
@@ -71,7 +79,7 @@ TEST(UserNss3Storages, ProfilePlaces_OnlyBelowThePlacesAndDirectlyInTheHome) {
     }
     // Not found: outside the places, on the way to a deeper place, a near miss of the name, a
     // mere prefix of a root name.
-    MakeDatabase(home + "/.config/.pki/nssdb", kAlice);
+    MakeNssDatabaseOf(home + "/.config/.pki/nssdb", kAlice);
     MakeFileIn(home + "/.config/chromium/Default/cert9.db");
     MakeFileIn(home + "/.config/cert9.db");
     MakeFileIn(home + "/.local/cert9.db");
@@ -120,7 +128,7 @@ TEST(UserNss3Storages, ProfilePlaces_OnlyBelowThePlacesAndDirectlyInTheHome) {
 
 TEST(UserNss3Storages, DeeperPlaces_ALinkOnTheWayIsNotFollowed) {
   RunInMountNamespace([] {
-    MountHomes();
+    MountTmpfs("/home");
     // The targets hold databases where the places would have them.
     MakeFileIn("/home/real/config/mozilla/firefox/p/cert9.db");
     MakeFileIn("/home/real/mozilla/firefox/p/cert9.db");
@@ -135,7 +143,7 @@ TEST(UserNss3Storages, DeeperPlaces_ALinkOnTheWayIsNotFollowed) {
     };
     for (const auto& [target, link] : links) {
       MakeDirectory(link.substr(0, link.rfind('/')), kAlice);
-      MakeLink(target, link);
+      std::filesystem::create_symlink(target, link);
       const std::string home = link.substr(0, link.find('/', 6));
       EXPECT_TRUE(GetUserNss3Storages(Alice(home)).empty()) << link;
     }
@@ -144,25 +152,26 @@ TEST(UserNss3Storages, DeeperPlaces_ALinkOnTheWayIsNotFollowed) {
 
 TEST(UserNss3Storages, HostileEntries_NoLinkFollowedNothingOpened) {
   RunInMountNamespace([] {
-    MountHomes();
+    MountTmpfs("/home");
     const std::string home = "/home/alice";
     const std::string elsewhere = "/home/elsewhere";
-    MakeDatabase(elsewhere + "/.pki/nssdb", kAlice);
-    MountAccounts({});  // a tmpfs /etc, after the last certutil run
+    MakeNssDatabaseOf(elsewhere + "/.pki/nssdb", kAlice);
+    MountEtc({});  // a tmpfs /etc, after the last certutil run
     MakeDirectory("/etc/pki/nssdb");
     MakeFile("/etc/pki/nssdb/cert9.db");
     // Links to profiles, to a whole home, to /etc, to a database, and loops.
     MakeDirectory(home, kAlice);
-    MakeLink(elsewhere + "/.pki/nssdb", home + "/.mozilla");
+    std::filesystem::create_symlink(elsewhere + "/.pki/nssdb", home + "/.mozilla");
     MakeDirectory(home + "/.pki");
-    MakeLink(elsewhere + "/.pki/nssdb", home + "/.pki/nssdb");
-    MakeLink("/etc", home + "/.pki/etc");
-    MakeLink("/", home + "/.pki/root");
-    MakeLink("..", home + "/.pki/up");
-    MakeLink(home, home + "/.pki/self");
+    std::filesystem::create_symlink(elsewhere + "/.pki/nssdb", home + "/.pki/nssdb");
+    std::filesystem::create_symlink("/etc", home + "/.pki/etc");
+    std::filesystem::create_symlink("/", home + "/.pki/root");
+    std::filesystem::create_symlink("..", home + "/.pki/up");
+    std::filesystem::create_symlink(home, home + "/.pki/self");
     MakeDirectory(home + "/.pki/linked");
-    MakeLink(elsewhere + "/.pki/nssdb/cert9.db", home + "/.pki/linked/cert9.db");
-    MakeLink(elsewhere, home + "/snap");
+    std::filesystem::create_symlink(elsewhere + "/.pki/nssdb/cert9.db",
+                                    home + "/.pki/linked/cert9.db");
+    std::filesystem::create_symlink(elsewhere, home + "/snap");
     // A FIFO under a database's name and under a root name: opening either would block.
     MakeDirectory(home + "/Snap/fifo");
     MakeFifo(home + "/Snap/fifo/cert9.db");
@@ -195,19 +204,19 @@ TEST(UserNss3Storages, HostileEntries_NoLinkFollowedNothingOpened) {
 
 TEST(UserNss3Storages, UnreadableDirectories_PassedOverAsAnOrdinaryUser) {
   RunInMountNamespace([] {
-    MountHomes();
+    MountTmpfs("/home");
     const std::string home = "/home/alice";
     MakeDirectory(home, kAlice);
-    MakeDatabase(home + "/.pki/open", kAlice);
-    MakeDatabase(home + "/.pki/locked/nssdb", kAlice);
+    MakeNssDatabaseOf(home + "/.pki/open", kAlice);
+    MakeNssDatabaseOf(home + "/.pki/locked/nssdb", kAlice);
     MakeDirectory(home + "/.pki/locked", 0, 0000);
     // Readable but not searchable: its names can be listed, their types not looked at.
-    MakeDatabase(home + "/.pki/listonly", kAlice);
+    MakeNssDatabaseOf(home + "/.pki/listonly", kAlice);
     MakeDirectory(home + "/.pki/listonly", 0, 0644);
-    MakeDatabase(home + "/.mozilla/p", kAlice);
+    MakeNssDatabaseOf(home + "/.mozilla/p", kAlice);
     MakeDirectory(home + "/.mozilla", 0, 0000);
     MakeFile(home + "/cert9.db", kAlice, kAlice);
-    MakeDatabase("/home/closed/.pki/nssdb", kAlice);
+    MakeNssDatabaseOf("/home/closed/.pki/nssdb", kAlice);
     MakeDirectory("/home/closed", 0, 0000);
 
     const std::string homeDb = home + "/cert9.db";
@@ -254,7 +263,7 @@ void SetDescriptorLimit(rlim_t limit) {
 
 TEST(UserNss3Storages, TreeThousandsOfLevelsDeep_FoundAsFarAsDescriptorsReach) {
   RunInMountNamespace([] {
-    MountHomes();
+    MountTmpfs("/home");
     const std::string home = "/home/alice";
     MakeDirectory(home + "/snap");
     constexpr int kLevels = 3000;
@@ -287,14 +296,14 @@ TEST(UserNss3Storages, TreeThousandsOfLevelsDeep_FoundAsFarAsDescriptorsReach) {
 
 TEST(MakeNss3Storage, OnlyARegularFileNamedExactlyCert9) {
   RunInMountNamespace([] {
-    MountHomes();
+    MountTmpfs("/home");
     MakeDirectory("/home/t/dir/cert9.db");
     MakeDirectory("/home/t/fifo");
     MakeFifo("/home/t/fifo/cert9.db");
     MakeDirectory("/home/t/link");
     MakeDirectory("/home/t/real");
     MakeFile("/home/t/real/cert9.db", 7, 8);
-    MakeLink("/home/t/real/cert9.db", "/home/t/link/cert9.db");
+    std::filesystem::create_symlink("/home/t/real/cert9.db", "/home/t/link/cert9.db");
     MakeFile("/home/t/Cert9.db");
     MakeFile("/home/t/key4.db");
 

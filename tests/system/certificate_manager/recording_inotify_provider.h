@@ -9,7 +9,6 @@
 #include "host/host_object.h"
 #include "orv/intrusive_ptr.h"
 #include "qel/inotify_events.h"
-#include "qel/trusted_certificates_provider.h"
 
 namespace cert_manager_test {
 
@@ -48,27 +47,6 @@ class RecordingInotifyProvider final : public host::HostObject<qel::IInotifyEven
   std::vector<orv::intrusive_ptr<qel::IInotifyEventsReceiver>> m_receivers;
   uint64_t m_unsubscribes = 0;
   std::mutex m_deliveryMutex;  // one event at a time, as the provider's contract says
-};
-
-// The host's trusted certificates: DER bytes by subject text; counts questions, can fail.
-class TrustedCertificatesDouble final : public host::HostObject<qel::ITrustedCertificatesProvider> {
- public:
-  TrustedCertificatesDouble() = default;
-
-  // qel::ITrustedCertificatesProvider
-  result_t GetTrustedCertificates(const orv::types::string8_t& issuer,
-                                  orv::types::vector_t<qel::RawCert>* certificates) override;
-
-  void Add(const std::string& subject, const std::vector<uint8_t>& der);
-  // Appends what it has, then answers `result`.
-  void Fail(result_t result);
-  std::vector<std::string> Questions() const;
-
- private:
-  mutable std::mutex m_mutex;  // guards everything below
-  std::multimap<std::string, std::vector<uint8_t>> m_certificates;
-  result_t m_result = 0;
-  std::vector<std::string> m_questions;
 };
 
 }  // namespace cert_manager_test

@@ -1,4 +1,4 @@
-#include "abi/cert_manager/provider_doubles.h"
+#include "system/certificate_manager/recording_inotify_provider.h"
 
 #include "orv/result.h"
 
@@ -81,36 +81,6 @@ qel::IInotifyEventsReceiver* RecordingInotifyProvider::Receiver() const {
 uint64_t RecordingInotifyProvider::unsubscribes() const {
   std::lock_guard<std::mutex> lock(m_mutex);
   return m_unsubscribes;
-}
-
-result_t TrustedCertificatesDouble::GetTrustedCertificates(
-    const orv::types::string8_t& issuer, orv::types::vector_t<qel::RawCert>* certificates) {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  const std::string subject(issuer.view());
-  m_questions.push_back(subject);
-  const auto [first, last] = m_certificates.equal_range(subject);
-  for (auto it = first; it != last; ++it) {
-    qel::RawCert& copy = certificates->emplace_back();
-    for (const uint8_t byte : it->second) {
-      copy.push_back(byte);
-    }
-  }
-  return m_result;
-}
-
-void TrustedCertificatesDouble::Add(const std::string& subject, const std::vector<uint8_t>& der) {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  m_certificates.emplace(subject, der);
-}
-
-void TrustedCertificatesDouble::Fail(result_t result) {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  m_result = result;
-}
-
-std::vector<std::string> TrustedCertificatesDouble::Questions() const {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  return m_questions;
 }
 
 }  // namespace cert_manager_test

@@ -1,15 +1,31 @@
-#include "abi/cert_manager/cert_manager_fixture.h"
+#include "system/certificate_manager/cert_manager_fixture.h"
 
 #include <algorithm>
 
+#include "crypto/trusted_certificate_provider.h"
+#include "qel/tcp_traffic_interceptor/class_ids.h"
+
 namespace cert_manager_test {
+namespace {
+
+qel::RawCert ToRaw(const Der& der) {
+  qel::RawCert raw;
+  for (const uint8_t byte : der) {
+    raw.push_back(byte);
+  }
+  return raw;
+}
+
+}  // namespace
 
 void CertManagerTest::SetUp() {
   ModuleTest::SetUp();
+  services = host::HostServices::Create(tracer.get(), trustedFolder.path());
+}
+
+void CertManagerTest::RecordInotify() {
   inotify = host::MakeObject<RecordingInotifyProvider>();
-  trusted = host::MakeObject<TrustedCertificatesDouble>();
   services.locator->Add<qel::IInotifyEventsProvider>(inotify.get());
-  services.locator->Add<qel::ITrustedCertificatesProvider>(trusted.get());
 }
 
 result_t CertManagerTest::TryCreate(orv::intrusive_ptr<ICertificateManager>& manager) {
@@ -24,18 +40,23 @@ orv::intrusive_ptr<ICertificateManager> CertManagerTest::CreateManager() {
   return manager;
 }
 
+result_t CertManagerTest::Install(ICertificateManager* manager, const Der& certificate) {
+  return manager->Install(ToRaw(certificate));
+}
+
+result_t CertManagerTest::Uninstall(ICertificateManager* manager, const Der& certificate) {
+  return manager->Uninstall(ToRaw(certificate));
+}
+
 result_t CertManagerTest::FindParents(ICertificateManager* manager, const Der& certificate,
                                       std::vector<Der>& parents) {
-  orv::intrusive_ptr<crypto::ITrustedCertificateProvider> provider;
-  EXPECT_EQ(manager->QueryInterface(crypto::ITrustedCertificateProvider::kIid,
-                                    reinterpret_cast<void**>(provider.Ref())),
-            0);
   orv::types::vector_t<orv::types::vector_t<unsigned char>> found;
   const const_blob_range_t blob{certificate.data(), certificate.data() + certificate.size()};
-  const result_t result = provider->FindParentCertificates(nullptr, blob, found);
+  const result_t result = As<crypto::ITrustedCertificateProvider>(manager)->FindParentCertificates(
+      nullptr, blob, found);
   parents.clear();
   for (const auto& parent : found) {
-    parents.emplace_back(parent.begin(), parent.end());
+    parents.push_back(tti::test::Bytes(parent));
   }
   return result;
 }
@@ -45,22 +66,11 @@ size_t CertManagerTest::LineCount(uint32_t level, const std::string& text) const
   return static_cast<size_t>(std::count(texts.begin(), texts.end(), text));
 }
 
-bool CertManagerTest::HasLineEndingWith(uint32_t level, const std::string& suffix) const {
-  for (const std::string& text : tracer->Texts(level)) {
-    if (text.size() >= suffix.size() &&
-        text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0) {
-      return true;
-    }
-  }
-  return false;
-}
-
-qel::RawCert ToRaw(const Der& der) {
-  qel::RawCert raw;
-  for (const uint8_t byte : der) {
-    raw.push_back(byte);
-  }
-  return raw;
+size_t CertManagerTest::CountStartingWith(uint32_t level, const std::string& prefix) const {
+  const std::vector<std::string> texts = tracer->Texts(level);
+  return static_cast<size_t>(
+      std::count_if(texts.begin(), texts.end(),
+                    [&](const std::string& text) { return text.rfind(prefix, 0) == 0; }));
 }
 
 }  // namespace cert_manager_test

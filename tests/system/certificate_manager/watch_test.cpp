@@ -5,36 +5,20 @@
 #include <string>
 #include <vector>
 
-#include "abi/cert_manager/machine.h"
-#include "support/cert_factory.h"
-#include "support/namespace_sandbox.h"
-#include "system/certificate_manager/login_record.h"
-#include "system/certificate_manager/system_fixture.h"
+#include "system/certificate_manager/cert_manager_fixture.h"
 
-namespace certificate_manager_system {
+namespace cert_manager_test {
 namespace {
 
-using cert_manager_test::Account;
-using cert_manager_test::CountOf;
-using cert_manager_test::MakeNssDatabase;
-using cert_manager_test::NssCertificates;
-using tti::test::StoreLayout;
+using tti::test::Eventually;
 
 const Account kAlice = {"alice", 1000, "/home/alice"};
 const Account kDave = {"dave", 1003, "/home/dave"};
 
-size_t CountStartingWith(const std::vector<std::string>& texts, const std::string& prefix) {
-  size_t count = 0;
-  for (const std::string& text : texts) {
-    count += text.rfind(prefix, 0) == 0 ? 1 : 0;
-  }
-  return count;
-}
-
 // Makes a database in `directory` (under a watched directory) and waits until the module added
 // the root and reloaded the cache after it: every event queued before it is handled by then.
 bool HandledBy(host::CapturingTracer& tracer, const std::string& directory, const Der& root) {
-  cert_manager_test::MakeNssDatabase(directory);
+  MakeNssDatabase(directory);
   const std::string added = "Add cert to " + directory + "/cert9.db";
   return Eventually([&] {
     const std::vector<std::string> texts = tracer.Texts(800);
@@ -48,11 +32,11 @@ bool HandledBy(host::CapturingTracer& tracer, const std::string& directory, cons
   });
 }
 
-TEST_F(CertificateManagerSystemTest, RealInotify_LoginNewDatabaseBundle_FollowedOthersIgnored) {
-  tti::test::RunInMountNamespace([&] {
-    cert_manager_test::BuildMachine(StoreLayout::kDebian, {kAlice});
+TEST_F(CertManagerTest, RealInotify_LoginNewDatabaseBundle_FollowedOthersIgnored) {
+  RunInMountNamespace([&] {
+    BuildMachine(StoreLayout::kDebian, {kAlice});
     MakeNssDatabase("/home/alice/.mozilla/firefox/known.default");
-    const tti::test::TestCertificate root = tti::test::MakeRootCertificate("Watched Root");
+    const TestCertificate root = tti::test::MakeRootCertificate("Watched Root");
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
     ASSERT_TRUE(manager);
     ASSERT_EQ(Install(manager.get(), root.Der()), 0);
@@ -61,10 +45,10 @@ TEST_F(CertificateManagerSystemTest, RealInotify_LoginNewDatabaseBundle_Followed
     };
 
     // A new account logs in; its home already holds a Chromium profile.
-    cert_manager_test::WriteAccounts({kAlice, kDave});
+    WriteAccounts({kAlice, kDave});
     const std::string daveProfile = "/home/dave/.pki/nssdb";
     MakeNssDatabase(daveProfile);
-    LogIn("dave", 1);
+    host::sandbox::LogIn("dave", 1);
     EXPECT_TRUE(Eventually([&] { return CountOf(NssCertificates(daveProfile), root.Der()) == 1; }));
     EXPECT_TRUE(tracer->Contains("user home directory '/home/dave' is added"));
 
@@ -79,12 +63,12 @@ TEST_F(CertificateManagerSystemTest, RealInotify_LoginNewDatabaseBundle_Followed
     }
 
     // A package rewrites the bundle: the cache is loaded again and the lookup sees the newcomer.
-    const tti::test::TestCertificate packaged = tti::test::MakeRootCertificate("Packaged Root");
-    const tti::test::TestCertificate leaf = tti::test::MakeServerCertificate(packaged, "leaf");
+    const TestCertificate packaged = tti::test::MakeRootCertificate("Packaged Root");
+    const TestCertificate leaf = tti::test::MakeServerCertificate(packaged, "leaf");
     const std::string bundle = "/etc/ssl/certs/ca-certificates.crt";
     std::vector<Der> parents;
     EXPECT_EQ(FindParents(manager.get(), leaf.Der(), parents), 1);
-    tti::test::WriteTextFile(bundle, tti::test::ReadTextFile(bundle) + packaged.Pem());
+    tti::test::WriteText(bundle, tti::test::ReadText(bundle) + packaged.Pem());
     EXPECT_TRUE(Eventually([&] { return FindParents(manager.get(), leaf.Der(), parents) == 0; }));
     EXPECT_EQ(parents, std::vector<Der>{packaged.Der()});
 
@@ -93,16 +77,19 @@ TEST_F(CertificateManagerSystemTest, RealInotify_LoginNewDatabaseBundle_Followed
     // the databases were given the root and reloaded the cache.
     const std::string directory = "/home/alice/.mozilla/firefox/";
     ASSERT_TRUE(Handled(directory + "first.sentinel"));
-    const size_t loads = CountStartingWith(tracer->Texts(800), "cache size ");
-    const size_t adds = CountStartingWith(tracer->Texts(800), "Add cert to ");
+    const size_t loads = CountStartingWith(800, "cache size ");
+    const size_t adds = CountStartingWith(800, "Add cert to ");
     const uint64_t delivered = services.fileEvents->delivered();
-    tti::test::WriteTextFile(directory + "profiles.ini", "[General]\n");
-    tti::test::WriteTextFile("/home/dave/.pki/key4.db", "not a database");
+    tti::test::WriteText(directory + "profiles.ini", "[General]\n");
+    tti::test::WriteText("/home/dave/.pki/key4.db", "not a database");
     ASSERT_TRUE(Handled(directory + "second.sentinel"));
     EXPECT_GE(services.fileEvents->delivered(), delivered + 3);
-    EXPECT_EQ(CountStartingWith(tracer->Texts(800), "cache size "), loads + 1);
-    EXPECT_EQ(CountStartingWith(tracer->Texts(800), "Add cert to "), adds + 1);
+    EXPECT_EQ(CountStartingWith(800, "cache size "), loads + 1);
+    EXPECT_EQ(CountStartingWith(800, "Add cert to "), adds + 1);
     EXPECT_TRUE(tracer->Texts(500).empty());
+    // The reloads read the root from the bundles and from every database: one candidate.
+    EXPECT_EQ(FindParents(manager.get(), root.Der(), parents), 0);
+    EXPECT_EQ(parents, std::vector<Der>{root.Der()});
 
     manager.reset();
     EXPECT_EQ(services.fileEvents->subscriptions(), 0u);
@@ -110,4 +97,4 @@ TEST_F(CertificateManagerSystemTest, RealInotify_LoginNewDatabaseBundle_Followed
 }
 
 }  // namespace
-}  // namespace certificate_manager_system
+}  // namespace cert_manager_test

@@ -1,13 +1,10 @@
 #include <string>
 #include <vector>
 
-#include "abi/cert_manager/cert_manager_fixture.h"
+#include "system/certificate_manager/cert_manager_fixture.h"
 
 namespace cert_manager_test {
 namespace {
-
-using tti::test::RunInMountNamespace;
-using tti::test::StoreLayout;
 
 const std::vector<Account> kAlice = {{"alice", 1000, "/home/alice"}};
 const std::string kOnEvent =
@@ -17,6 +14,7 @@ const std::string kLoad =
     "result_t qel::tcp_traffic_interceptor::CertificateManagerImpl::LoadCertificates()";
 
 TEST_F(CertManagerTest, OnEvent_LoginOfNewUser_StoresFoundDirectoriesSubscribedOnce) {
+  RecordInotify();
   RunInMountNamespace([&] {
     BuildMachine(StoreLayout::kDebian, kAlice);
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
@@ -65,10 +63,17 @@ TEST_F(CertManagerTest, OnEvent_LoginOfNewUser_StoresFoundDirectoriesSubscribedO
 }
 
 TEST_F(CertManagerTest, OnEvent_StorePaths_AddOnlyCreatedDatabasesReloadOnlyKnownStores) {
+  RecordInotify();
   RunInMountNamespace([&] {
     BuildMachine(StoreLayout::kFedora, kAlice);
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
     ASSERT_TRUE(manager);
+    // Uninstall keeps the last installed certificate for stores that turn up later.
+    const TestCertificate first = tti::test::MakeRootCertificate("First Root");
+    const TestCertificate last = tti::test::MakeRootCertificate("Last Root");
+    EXPECT_EQ(Install(manager.get(), first.Der()), 0);
+    EXPECT_EQ(Install(manager.get(), last.Der()), 0);
+    EXPECT_EQ(Uninstall(manager.get(), last.Der()), 0);
     const std::string bundle = "/etc/pki/tls/certs/ca-bundle.crt";
     const std::string database = "/home/alice/.mozilla/firefox/p1/cert9.db";
 
@@ -85,14 +90,16 @@ TEST_F(CertManagerTest, OnEvent_StorePaths_AddOnlyCreatedDatabasesReloadOnlyKnow
     EXPECT_EQ(LineCount(800, "Add cert to " + database), 1u);
     EXPECT_EQ(LineCount(800, kOnEvent + " event.name: " + database + ", event.type: 7"), 1u);
     EXPECT_EQ(LineCount(800, kLoad), 1u);
+    const std::vector<Der> held = NssCertificates("/home/alice/.mozilla/firefox/p1");
+    EXPECT_EQ(held, std::vector<Der>{last.Der()});
     // From now on a change of it reloads.
     EXPECT_EQ(inotify->Deliver(database, 6), 0);
     EXPECT_EQ(LineCount(800, kLoad), 2u);
 
     // A certificate that reaches the bundle behind the module's back is found after the event.
-    const tti::test::TestCertificate root = tti::test::MakeRootCertificate("Bundle Root");
+    const TestCertificate root = tti::test::MakeRootCertificate("Bundle Root");
     std::vector<Der> parents;
-    tti::test::WriteTextFile(bundle, tti::test::ReadTextFile(bundle) + root.Pem());
+    tti::test::WriteText(bundle, tti::test::ReadText(bundle) + root.Pem());
     EXPECT_EQ(FindParents(manager.get(), root.Der(), parents), 1);
     EXPECT_EQ(inotify->Deliver(bundle, 6), 0);
     EXPECT_EQ(LineCount(800, kOnEvent + " event.name: " + bundle + ", event.type: 6"), 1u);

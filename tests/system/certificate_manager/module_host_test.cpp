@@ -1,32 +1,22 @@
-#include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
-#include "abi/cert_manager/cert_manager_fixture.h"
+#include "support/clean_command.h"
+#include "system/certificate_manager/cert_manager_fixture.h"
 
 namespace cert_manager_test {
 namespace {
 
 using nlohmann::json;
-using tti::test::RunInMountNamespace;
-using tti::test::StoreLayout;
-
-// `module-host arguments` in this namespace: its standard output as JSON.
-json RunModuleHost(const std::string& arguments) {
-  const std::string command = "'" + std::string(std::getenv("TTI_BINARY_DIR")) +
-                              "/bin/module-host' " + arguments + " 2>/dev/null";
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
-  std::string output;
-  char buffer[4096];
-  size_t count = 0;
-  while (pipe && (count = std::fread(buffer, 1, sizeof(buffer), pipe.get())) > 0) {
-    output.append(buffer, count);
-  }
-  return json::parse(output, nullptr, false);
+// `module-host` with `arguments` in this namespace: what it printed, as JSON.
+json RunModuleHost(std::vector<std::string> arguments) {
+  const std::string binaryDir = std::getenv("TTI_BINARY_DIR");
+  arguments.insert(arguments.begin(), binaryDir + "/bin/module-host");
+  const auto run = tti::test::RunCommand(arguments, {"TTI_BINARY_DIR=" + binaryDir});
+  return json::parse(run.output, nullptr, false);
 }
 
 std::vector<json> Rows(const json& report, const std::string& kind) {
@@ -45,12 +35,12 @@ TEST_F(CertManagerTest, ModuleHost_InstallFindParentUninstall_TableFollowsTheSto
   RunInMountNamespace([&] {
     BuildMachine(StoreLayout::kDebian, {{"alice", 1000, "/home/alice"}});
     const std::string database = MakeNssDatabase("/home/alice/.pki/nssdb");
-    const tti::test::TestCertificate root = tti::test::MakeRootCertificate("Host Root");
-    const tti::test::TestCertificate leaf = tti::test::MakeServerCertificate(root, "leaf");
-    tti::test::WriteTextFile("/root/root.pem", root.Pem());
-    tti::test::WriteTextFile("/root/leaf.pem", leaf.Pem());
+    const TestCertificate root = tti::test::MakeRootCertificate("Host Root");
+    const TestCertificate leaf = tti::test::MakeServerCertificate(root, "leaf");
+    tti::test::WriteText("/root/root.pem", root.Pem());
+    tti::test::WriteText("/root/leaf.pem", leaf.Pem());
 
-    const json installed = RunModuleHost("install --json /root/root.pem");
+    const json installed = RunModuleHost({"install", "--json", "/root/root.pem"});
     ASSERT_TRUE(installed.is_object());
     EXPECT_EQ(installed.at("result"), "0x00000000");
     const std::vector<json> anchors = Rows(installed, "anchor");
@@ -70,11 +60,11 @@ TEST_F(CertManagerTest, ModuleHost_InstallFindParentUninstall_TableFollowsTheSto
     EXPECT_EQ(databases[0].at("holds"),
               CountOf(NssCertificates("/home/alice/.pki/nssdb"), root.Der()) == 1);
 
-    const json found = RunModuleHost("find-parent /root/leaf.pem");
+    const json found = RunModuleHost({"find-parent", "/root/leaf.pem"});
     EXPECT_EQ(found.at("result"), "0x00000000");
     EXPECT_EQ(found.at("parents"), json::array({"/O=tti tests/CN=Host Root"}));
 
-    const json removed = RunModuleHost("uninstall --json /root/root.pem");
+    const json removed = RunModuleHost({"uninstall", "--json", "/root/root.pem"});
     EXPECT_EQ(removed.at("result"), "0x00000000");
     EXPECT_TRUE(Rows(removed, "anchor").empty());
     EXPECT_TRUE(Rows(removed, "link").empty());
@@ -83,8 +73,8 @@ TEST_F(CertManagerTest, ModuleHost_InstallFindParentUninstall_TableFollowsTheSto
     }
     ASSERT_EQ(Rows(removed, "nss").size(), 1u);
     EXPECT_EQ(Rows(removed, "nss")[0].at("holds"), false);
-    EXPECT_EQ(RunModuleHost("find-parent /root/leaf.pem").at("result"), "0x00000001");
-    EXPECT_EQ(RunModuleHost("watch --seconds 1").at("stopped by"), "time");
+    EXPECT_EQ(RunModuleHost({"find-parent", "/root/leaf.pem"}).at("result"), "0x00000001");
+    EXPECT_EQ(RunModuleHost({"watch", "--seconds", "1"}).at("stopped by"), "time");
   });
 }
 

@@ -3,25 +3,23 @@
 #include <thread>
 #include <vector>
 
-#include "abi/cert_manager/cert_manager_fixture.h"
+#include "system/certificate_manager/cert_manager_fixture.h"
 
 namespace cert_manager_test {
 namespace {
 
-using tti::test::RunInMountNamespace;
-using tti::test::StoreLayout;
-
 // Installs, removals, lookups and events from several threads at once: every call answers as it
 // would alone, and the stores end as the last operations left them.
 TEST_F(CertManagerTest, ParallelCalls_SerialiseAndLeaveStoresConsistent) {
+  RecordInotify();
   RunInMountNamespace([&] {
     BuildMachine(StoreLayout::kDebian, {{"alice", 1000, "/home/alice"}});
-    const tti::test::TestCertificate moving = tti::test::MakeRootCertificate("Moving Root");
-    const tti::test::TestCertificate steady = tti::test::MakeRootCertificate("Steady Root");
-    const tti::test::TestCertificate leaf = tti::test::MakeServerCertificate(steady, "leaf");
+    const TestCertificate moving = tti::test::MakeRootCertificate("Moving Root");
+    const TestCertificate steady = tti::test::MakeRootCertificate("Steady Root");
+    const TestCertificate leaf = tti::test::MakeServerCertificate(steady, "leaf");
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
     ASSERT_TRUE(manager);
-    ASSERT_EQ(manager->Install(ToRaw(steady.Der())), 0);
+    ASSERT_EQ(Install(manager.get(), steady.Der()), 0);
 
     constexpr int kRounds = 4;
     std::atomic<int> failures{0};
@@ -29,8 +27,8 @@ TEST_F(CertManagerTest, ParallelCalls_SerialiseAndLeaveStoresConsistent) {
     for (int installer = 0; installer < 2; ++installer) {
       threads.emplace_back([&] {
         for (int round = 0; round < kRounds; ++round) {
-          failures += manager->Install(ToRaw(moving.Der())) != 0;
-          failures += manager->Uninstall(ToRaw(moving.Der())) != 0;
+          failures += Install(manager.get(), moving.Der()) != 0;
+          failures += Uninstall(manager.get(), moving.Der()) != 0;
         }
       });
     }
@@ -53,7 +51,7 @@ TEST_F(CertManagerTest, ParallelCalls_SerialiseAndLeaveStoresConsistent) {
     }
     EXPECT_EQ(failures.load(), 0);
 
-    ASSERT_EQ(manager->Install(ToRaw(moving.Der())), 0);
+    ASSERT_EQ(Install(manager.get(), moving.Der()), 0);
     for (const char* bundle : {"/usr/lib/ssl/cert.pem", "/etc/ssl/certs/ca-certificates.crt"}) {
       const std::vector<Der> held = BundleCertificates(bundle);
       EXPECT_EQ(CountOf(held, moving.Der()), 1u) << bundle;

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "sandbox/machine.h"
+#include "support/namespace_sandbox.h"
+
+// The synthetic machine under the tests' names, and what only tests build on it: an /etc of
+// their own, files and folders owned by users, work done as a user.
+namespace tti::test {
+
+using host::sandbox::Account;
+using host::sandbox::BuildMachine;
+using host::sandbox::BundleCertificates;
+using host::sandbox::CountOf;
+using host::sandbox::LogIn;
+using host::sandbox::MakeNssDatabase;
+using host::sandbox::NssCertificates;
+using host::sandbox::WriteAccounts;
+
+// Inside a private mount namespace only: tmpfs over /etc holding a files-only nsswitch.conf and
+// `files` by name ("passwd", "group", "login.defs"), and over /var/run with an empty utmp. Make
+// NSS databases before: certutil needs the machine's /etc.
+void MountEtc(const std::map<std::string, std::string>& files);
+// The account file's lines for `accounts` (gid = uid).
+std::string PasswdLines(const std::vector<Account>& accounts);
+
+// mkdir -p; then the last directory gets `mode` and belongs to uid:uid.
+void MakeDirectory(const std::string& path, uint32_t uid = 0, mode_t mode = 0755);
+// A plain file with some bytes, owned by uid:gid.
+void MakeFile(const std::string& path, uint32_t uid = 0, uint32_t gid = 0);
+// A certutil-made database in `directory` (made if needed); the folder and its files belong to
+// uid:uid.
+void MakeNssDatabaseOf(const std::string& directory, uint32_t uid);
+// Gives a path and everything below it to uid:gid, links themselves included.
+void ChangeOwner(const std::string& top, uid_t uid, gid_t gid);
+
+// Runs `work` in a forked child that has dropped to uid:gid (no supplementary groups) and gives
+// back the strings it returned; a failure of the child fails the calling test.
+std::vector<std::string> RunAs(uint32_t uid, uint32_t gid,
+                               const std::function<std::vector<std::string>()>& work);
+
+}  // namespace tti::test

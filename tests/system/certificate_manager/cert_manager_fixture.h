@@ -1,0 +1,60 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "orv/intrusive_ptr.h"
+#include "qel/tcp_traffic_interceptor/certificate_manager.h"
+#include "sandbox/machine.h"
+#include "support/cert_factory.h"
+#include "support/module_fixture.h"
+#include "support/namespace_sandbox.h"
+#include "support/scratch.h"
+#include "system/certificate_manager/recording_inotify_provider.h"
+
+namespace cert_manager_test {
+
+using Der = std::vector<uint8_t>;
+using host::sandbox::Account;
+using host::sandbox::BuildMachine;
+using host::sandbox::BundleCertificates;
+using host::sandbox::CountOf;
+using host::sandbox::MakeNssDatabase;
+using host::sandbox::NssCertificates;
+using host::sandbox::WriteAccounts;
+using qel::tcp_traffic_interceptor::ICertificateManager;
+using tti::test::RunInMountNamespace;
+using tti::test::StoreLayout;
+using tti::test::TestCertificate;
+
+// The real module in the reference host with the host's own services: real inotify (the recording
+// provider after RecordInotify) and the trusted certificates provider over `trustedFolder`. The
+// manager works on the fixed system paths, so every body runs in RunInMountNamespace over a
+// BuildMachine.
+class CertManagerTest : public tti_test::ModuleTest {
+ protected:
+  void SetUp() override;
+
+  // Puts a fresh recording inotify provider in the locator in place of the real one.
+  void RecordInotify();
+  // CreateInstance of class 0x1205b823 asking for ICertificateManager; its result.
+  result_t TryCreate(orv::intrusive_ptr<ICertificateManager>& manager);
+  // The same, failing the test on a failure.
+  orv::intrusive_ptr<ICertificateManager> CreateManager();
+  result_t Install(ICertificateManager* manager, const Der& certificate);
+  result_t Uninstall(ICertificateManager* manager, const Der& certificate);
+  // FindParentCertificates through crypto::ITrustedCertificateProvider; its result.
+  result_t FindParents(ICertificateManager* manager, const Der& certificate,
+                       std::vector<Der>& parents);
+  // Lines at `level` equal to `text`, or starting with `prefix`.
+  size_t LineCount(uint32_t level, const std::string& text) const;
+  size_t CountStartingWith(uint32_t level, const std::string& prefix) const;
+
+  tti::test::TempDir trustedFolder;
+  orv::intrusive_ptr<RecordingInotifyProvider> inotify;
+};
+
+}  // namespace cert_manager_test

@@ -8,6 +8,7 @@ namespace qel::tcp_traffic_interceptor::cert_stores {
 namespace {
 
 // Fetched once: an implicit fetch per digest would cost as much as the digest of a certificate.
+// Never freed, on purpose: OpenSSL's own exit handler may have run before a static destructor.
 const EVP_MD* Sha256() {
   static EVP_MD* const kSha256 = EVP_MD_fetch(nullptr, "SHA2-256", nullptr);
   return kSha256;

@@ -1,12 +1,15 @@
 // Pages per second of the real handler for a three-certificate chain: GetWebAlertStub with the
 // product text, the placeholders, the cached certificate (escaped names and PEM chain, the date)
 // and the localiser's pass. Runs in a private mount namespace with the build's staged product tree
-// at /opt/morvane/tolm. Arg: the handler's action (0 the warn form, 1 the deny form).
+// at /opt/morvane/tolm. Arg: the handler's action (0 the warn form, 1 the deny form). Prints pages
+// per second against the goal of 30,000 and against the localiser's pass alone.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <string>
 
 #include "engine/connections.h"
@@ -103,6 +106,17 @@ void BM_LocalizeTemplate(benchmark::State& state) {
 }
 BENCHMARK(BM_LocalizeTemplate);
 
+class RatioReporter : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& run : runs) {
+      m_times[run.benchmark_name()] = run.GetAdjustedCPUTime();
+    }
+  }
+  std::map<std::string, double> m_times;
+};
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -113,7 +127,16 @@ int main(int argc, char** argv) {
   tti::test::EnterPrivateMountNamespace();
   tti::test::MountProductTree();
   benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
+  RatioReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  const double page = reporter.m_times["BM_GetWebAlertStub/action:0"];
+  const double localizer = reporter.m_times["BM_LocalizeTemplate"];
+  if (page > 0 && localizer > 0) {
+    std::printf(
+        "GetWebAlertStub, 3-certificate chain: %.1f us (%.0f pages/s, %.2f of the 30,000 goal); "
+        "the $key$ pass alone %.1f us, page / pass %.1f\n",
+        page / 1e3, 1e9 / page, 1e9 / page / 30000, localizer / 1e3, page / localizer);
+  }
   benchmark::Shutdown();
   return 0;
 }

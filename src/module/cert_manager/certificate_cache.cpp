@@ -6,6 +6,7 @@
 #include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/conversions/openssl_types.h"
 #include "cert_stores/openssl/openssl_storage.h"
+#include "cert_stores/parse_cache/certificate_parse_cache.h"
 #include "orv/check.h"
 #include "orv/string.h"
 #include "orv/trace_stream.h"
@@ -25,6 +26,7 @@ cert_stores::X509Ptr ParseDer(const unsigned char* begin, size_t size) {
 result_t CertificateManagerImpl::LoadCertificates() {
   ORV_TRACE(GetTracer(), kDetail)
       << "result_t qel::tcp_traffic_interceptor::CertificateManagerImpl::LoadCertificates()";
+  cert_stores::CertificateParseCache::Shared().Clear();
   std::lock_guard<RecursiveMutex> lock(m_mutex);
 
   std::vector<RawCert> certificates;
@@ -78,43 +80,25 @@ result_t CertificateManagerImpl::LoadCertificates() {
 result_t CertificateManagerImpl::FindParentCertificates(
     const const_blob_range_t& certificate,
     orv::types::vector_t<orv::types::vector_t<unsigned char>>& parents) {
-  const cert_stores::X509Ptr parsed = ParseDer(certificate.begin, certificate.size());
-  if (!parsed) {
+  // Servers repeat their chains: the parse is remembered per bytes, and what is needed here is a
+  // pure function of them.
+  const auto facts =
+      cert_stores::CertificateParseCache::Shared().Get(certificate.begin, certificate.size());
+  if (!facts->parsed) {
     return orv::errors::kInvalidArgument;
   }
+  if (!facts->issuerText) {
+    // GetIssuerText throws for these bytes: the lookup of a parsed object lets it pass as always.
+    return FindParentCertificatesOfParsed(certificate, parents);
+  }
   // A parent's subject hash is its child's issuer hash: that is why the cache is keyed by subject.
-  const uint64_t hash = X509_issuer_name_hash(parsed.get());
+  const uint64_t hash = facts->issuerHash;
   if (orv::TraceScope line(GetTracer(), kDetail); line) {
     line.stream() << "try to find parent for ";
-    StreamNames(line.stream(), parsed.get(), hash);
+    StreamNames(line.stream(), facts->subjectLine, facts->issuerLine, hash);
   }
-
   std::lock_guard<RecursiveMutex> lock(m_mutex);
-  orv::types::vector_t<qel::RawCert> candidates;
-  const std::string issuerText = cert_stores::GetIssuerText(parsed.get());
-  const orv::types::string8_t issuer(issuerText.data(), issuerText.size());
-  ORV_TRACE_IF_FAILED(GetTracer(),
-                      m_certificatesProvider->GetTrustedCertificates(issuer, &candidates))
-      << "Cannot get product trusted certificates";
-
-  // No further test: a colliding hash gives its certificates too, and duplicates between the
-  // provider and the cache stay.
-  if (const auto found = m_cache.find(hash); found != m_cache.end()) {
-    for (const RawCert& der : found->second) {
-      qel::RawCert& copy = candidates.emplace_back();
-      copy.reserve(der.size());
-      for (const uint8_t byte : der) {
-        copy.push_back(byte);
-      }
-    }
-  }
-  if (candidates.empty()) {
-    ORV_TRACE(GetTracer(), kDetail) << "parent cert was not found";
-    parents.clear();
-    return orv::errors::kFalse;
-  }
-  parents.swap(candidates);
-  return orv::errors::kOk;
+  return CollectParents(hash, *facts->issuerText, parents);
 }
 
 }  // namespace qel::tcp_traffic_interceptor

@@ -75,6 +75,13 @@ class CertificateManagerImpl : public orv::object::Ifaces<IInotifyEventsReceiver
   // Under m_mutex: gives `storage` a copy of m_certificates and appends it to m_nss3Storages, even
   // when the store refused.
   void AddCertificatesToNewStore(const cert_stores::Nss3Storage& storage);
+  // FindParentCertificates for bytes whose facts cannot serve: parsed again, as plain as ever.
+  result_t FindParentCertificatesOfParsed(
+      const const_blob_range_t& certificate,
+      orv::types::vector_t<orv::types::vector_t<unsigned char>>& parents);
+  // Under m_mutex: the provider's candidates for the issuer text, then m_cache's set of `hash`.
+  result_t CollectParents(uint64_t hash, const std::string& issuerText,
+                          orv::types::vector_t<orv::types::vector_t<unsigned char>>& parents);
   // The login-records branch of OnEvent.
   result_t OnLoginsChanged(const InotifyEvent& event);
 

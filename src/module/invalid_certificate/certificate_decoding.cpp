@@ -1,26 +1,18 @@
-#include <openssl/asn1.h>
-#include <openssl/objects.h>
-#include <openssl/x509.h>
-
-#include <array>
-#include <cstdint>
-#include <ctime>
+#include <memory>
+#include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
-#include "cert_stores/conversions/cert_conversions.h"
-#include "cert_stores/conversions/openssl_types.h"
+#include "cert_stores/parse_cache/certificate_parse_cache.h"
+#include "cert_stores/parse_cache/pem_from_der.h"
 #include "certificate_decoding.h"
 #include "invalid_certificate_handler.h"
 #include "orv/check.h"
 #include "orv/trace_stream.h"
-#include "qel/tools/date_strings.h"
 #include "trace_as.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
-
-using cert_stores::X509Ptr;
 
 template <class T>
 struct ReleaseObject {
@@ -29,47 +21,24 @@ struct ReleaseObject {
 template <class T>
 using Owned = std::unique_ptr<T, ReleaseObject<T>>;
 
-// The common name of `name`, or the stand-in when it has none. OpenSSL cuts a longer name to the
-// buffer, which stays terminated.
-orv::types::string8_t CommonName(X509_NAME* name) {
-  std::array<char, 256> buffer{};
-  if (X509_NAME_get_text_by_NID(name, NID_commonName, buffer.data(),
-                                static_cast<int>(buffer.size())) == -1) {
-    return orv::types::string8_t(kNotPartOfCertificate);
-  }
-  return orv::types::string8_t(buffer.data());
-}
-
-// notAfter as ticks since 1601, by calendar arithmetic of its own: no time zone, no timegm, and
-// years the platform's time_t may not reach. 0 when it cannot be read or lies before 1601.
-uint64_t ExpirationTicks(const X509* certificate) {
-  std::tm time{};
-  const ASN1_TIME* notAfter = X509_get0_notAfter(certificate);
-  if (notAfter == nullptr || ASN1_TIME_to_tm(notAfter, &time) != 1 || time.tm_year < -299) {
-    return 0;
-  }
-  const int64_t m = time.tm_mon + 1;
-  const int64_t a = (14 - m) / 12;
-  const int64_t y = time.tm_year + 6700 - a;
-  const int64_t days = time.tm_mday + (153 * (m + 12 * a - 3) + 2) / 5 + 365 * y + y / 4 - y / 100 +
-                       y / 400 - 2472633;
-  const int64_t seconds = ((days * 24 + time.tm_hour) * 60 + time.tm_min) * 60 + time.tm_sec;
-  return static_cast<uint64_t>(tools::FromUnixTime(seconds, 0) + tools::kTicksFrom1601ToUnixEpoch);
+// A missing common name becomes the stand-in the page words by key.
+orv::types::string8_t NameOrStandIn(const std::optional<std::string>& name) {
+  return orv::types::string8_t(name ? std::string_view(*name) : kNotPartOfCertificate);
 }
 
 }  // namespace
 
 result_t DecodeCertificate(const qel::RawCert& raw, UntrustedCertificate& untrusted,
                            orv::ITracer* tracer) {
-  const unsigned char* cursor = raw.data();
-  const X509Ptr x509(d2i_X509(nullptr, &cursor, static_cast<long>(raw.size())));
-  if (!x509) {
+  // Servers repeat their certificates: the parse is remembered per bytes.
+  const auto facts = cert_stores::CertificateParseCache::Shared().Get(raw.data(), raw.size());
+  if (!facts->parsed) {
     TraceFailedCondition(tracer, __FILE__, __LINE__, "x509");
     return orv::errors::kInvalidArgument;
   }
-  untrusted.subject = CommonName(X509_get_subject_name(x509.get()));
-  untrusted.issuer = CommonName(X509_get_issuer_name(x509.get()));
-  untrusted.expirationDate = ExpirationTicks(x509.get());
+  untrusted.subject = NameOrStandIn(facts->subjectCommonName);
+  untrusted.issuer = NameOrStandIn(facts->issuerCommonName);
+  untrusted.expirationDate = facts->expirationTicks;
   return orv::errors::kOk;
 }
 
@@ -110,15 +79,14 @@ result_t ReadConnectionCertificate(ssl::IConnectionInfo* sslConnectionInfo,
         ORV_FAILED(result)) {
       return result;
     }
-    std::vector<uint8_t> data;
-    const cert_stores::RawCert der(nextRaw.begin(), nextRaw.end());
     if (const result_t result =
-            QEL_TRACE_AS(tracer, cert_stores::RawToPem(der, data), "ConvertToPEM(raw, data)")
+            QEL_TRACE_AS(
+                tracer, cert_stores::AppendCertificatePem(nextRaw.data(), nextRaw.size(), pemChain),
+                "ConvertToPEM(raw, data)")
             << "Cannot convert raw to PEM format";
         ORV_FAILED(result)) {
       return result;
     }
-    pemChain.append(data.begin(), data.end());
   }
   untrusted.pemChain = orv::types::string8_t(pemChain);
   cert = std::move(untrusted);

@@ -64,7 +64,7 @@ result_t InvalidCertificateHandler::LoadHtmlTemplate() {
       ORV_FAILED(result)) {
     return result;
   }
-  m_htmlTemplate.assign(content.begin(), content.end());
+  m_page = PageTemplate(std::string(content.begin(), content.end()));
   return orv::errors::kOk;
 }
 

@@ -12,6 +12,7 @@
 #include "orv/object_impl.h"
 #include "orv/object_root.h"
 #include "orv/optional.h"
+#include "page_template.h"
 #include "qel/enums/event_name.h"
 #include "qel/event.h"
 #include "qel/raw_cert.h"
@@ -32,7 +33,7 @@ namespace traffic_monitor = ::traffic_processing::traffic_monitor;
 // Locks, never held together and never across a call to another object:
 // - `m_settingsMutex` (recursive) guards `m_settings`, held for a copy only;
 // - `m_cacheMutex` (recursive) guards `m_cache`, held for one put or get with its copy.
-// `m_htmlTemplate` is written once in FinalConstruct and only read afterwards: no lock.
+// `m_page` is written once in FinalConstruct and only read afterwards: no lock.
 class InvalidCertificateHandler : public IInvalidCertificateHandlerConstruct,
                                   public IInvalidCertificateHandlerSettings,
                                   public ssl::IInvalidCertificateNotification,
@@ -99,12 +100,13 @@ class InvalidCertificateHandler : public IInvalidCertificateHandlerConstruct,
   ~InvalidCertificateHandler() = default;
 
  private:
-  // Reads the template from its fixed path into m_htmlTemplate; the read's code on failure.
+  // Reads the template from its fixed path into m_page; the read's code on failure.
   result_t LoadHtmlTemplate();
 
-  // The page (web_alert_stub.cpp): the certificate's placeholders of `domain` from the cache, and
-  // the localiser's pass over the `$key$` marks for the client process.
-  result_t InsertCertificateInfo(const orv::types::string8_t& domain, std::string& body);
+  // The page (web_alert_stub.cpp): the values of the certificate's placeholders of `domain` from
+  // the cache (none when it has no entry), and the localiser's pass over the `$key$` marks for the
+  // client process.
+  result_t InsertCertificateInfo(const orv::types::string8_t& domain, PageValues& page);
   result_t LocalizeHtmlTemplate(uint64_t uniqPid, std::string& body);
 
   // A copy of the settings, taken under m_settingsMutex.
@@ -134,7 +136,7 @@ class InvalidCertificateHandler : public IInvalidCertificateHandlerConstruct,
   // Adds user and task and hands `event` to the host's publisher.
   result_t PublishEvent(qel::Event& event, const orv::optional_t<qel::UserInfo>& user) const;
 
-  std::string m_htmlTemplate;  // set once by FinalConstruct
+  PageTemplate m_page;  // set once by FinalConstruct
   orv::intrusive_ptr<qel::IQelTaskManager> m_taskManager;
 
   mutable std::recursive_mutex m_settingsMutex;

@@ -1,16 +1,17 @@
 // The alert page: plain text replacement on the template in a fixed order, then the localiser's
 // pass over the `$key$` marks.
 
+#include <algorithm>
 #include <exception>
 #include <string>
 #include <string_view>
 
-#include <boost/algorithm/string/replace.hpp>
 #include <boost/format.hpp>
 
 #include "html_escape.h"
 #include "invalid_certificate_handler.h"
 #include "orv/trace_stream.h"
+#include "page_template.h"
 #include "qel/enums/verification_result.h"
 #include "qel/tools/date_strings.h"
 #include "qel/tools/localization.h"
@@ -26,12 +27,6 @@ constexpr uint32_t kDetail = orv::trace_level::kDetail;
 constexpr const char* kProductVersion = "12.3";
 constexpr const char* kProductTextFallback = "7b3c8d00-7a6d-4291-bc54-7c8a3bfbdbfe";
 constexpr qel::Msg kProductMessage = qel::Msg(1086);
-
-// Every occurrence, left to right, never going back over what was put in; a placeholder the page
-// lacks is skipped.
-void Replace(std::string& page, std::string_view placeholder, std::string_view value) {
-  boost::algorithm::replace_all(page, placeholder, value);
-}
 
 // The message is a boost::format pattern fed with the version. A pattern without "%1%" is no
 // error (too many arguments is the one check that is off); anything else thrown, the library's own
@@ -64,7 +59,7 @@ result_t InvalidCertificateHandler::GetWebAlertStub(const ssl::InvalidCertificat
          "qel::tcp_traffic_interceptor::InvalidCertificateHandler::GetWebAlertStub(const "
          "traffic_processing::protocollers::ssl::InvalidCertificateWebAlertData&, "
          "orv::types::string8_t&)";
-  std::string page = m_htmlTemplate;
+  PageValues page;
   std::string ignoreAndContinueUrl(data.ignoreAndContinueUrl.view());
   // A block setting takes the way out of the page; any other value, out of range included, leaves
   // the engine's address as it came.
@@ -72,31 +67,36 @@ result_t InvalidCertificateHandler::GetWebAlertStub(const ssl::InvalidCertificat
     ignoreAndContinueUrl.clear();
   }
 
-  Replace(page, "%PRODUCT%", ProductText());
+  page.values[kProductSlot] = ProductText();
   // The form follows the address, not the settings: no address, no way on.
   const bool warn = !ignoreAndContinueUrl.empty();
-  Replace(page, "%CertAction%", warn ? "$ActionWarn$" : "$ActionDeny$");
-  Replace(page, "%CertDetails%", warn ? "$DetailsTitleWarn$" : "$DetailsTitleDeny$");
-  Replace(page, "%TargetUrl%", data.domain.view());
-  Replace(page, "%ShowCertificateUrl%", data.showCertificateUrl.view());
-  Replace(page, "%IgnoreAndContinueUrl%", ignoreAndContinueUrl);
+  page.values[kCertActionSlot] = warn ? "$ActionWarn$" : "$ActionDeny$";
+  page.values[kCertDetailsSlot] = warn ? "$DetailsTitleWarn$" : "$DetailsTitleDeny$";
+  page.values[kTargetUrlSlot] = data.domain.view();
+  page.values[kShowCertificateUrlSlot] = data.showCertificateUrl.view();
+  page.values[kIgnoreAndContinueUrlSlot] = std::move(ignoreAndContinueUrl);
   const auto reason = qel::GetVerificationResultName(data.verificationResult);
-  Replace(page, "%ReasonDescription%", "$" + std::string(reason.first.view()) + "$");
+  page.values[kReasonDescriptionSlot] = "$" + std::string(reason.first.view()) + "$";
 
   InsertCertificateInfo(data.domain, page);
 
-  if (const result_t result = QEL_TRACE_AS(GetTracer(), LocalizeHtmlTemplate(data.uniqPid, page),
+  // The placeholders are replaced in the order of the slots; the template knows whether one pass
+  // over it gives the same bytes.
+  std::string html;
+  m_page.Render(page, html);
+  if (const result_t result = QEL_TRACE_AS(GetTracer(), LocalizeHtmlTemplate(data.uniqPid, html),
                                            "LocalizeHtmlTemplate(data.uniqPid, body)")
                               << "Cannot localize html template";
       ORV_FAILED(result)) {
     return result;
   }
-  body = std::string_view(page);
+  body = std::string_view(html);
   return 0;
 }
 
 result_t InvalidCertificateHandler::InsertCertificateInfo(const orv::types::string8_t& domain,
-                                                          std::string& body) {
+                                                          PageValues& page) {
+  // The line names the operation as the product always has, when it replaced in the page itself.
   ORV_TRACE(GetTracer(), kDetail)
       << "result_t qel::tcp_traffic_interceptor::InvalidCertificateHandler::InsertCertificateInfo("
          "const orv::types::string8_t&, std::string&)";
@@ -107,15 +107,16 @@ result_t InvalidCertificateHandler::InsertCertificateInfo(const orv::types::stri
           << "Cannot get cert chain for domain " << domain;
       ORV_FAILED(result)) {
     // The certificate's placeholders stay in the page as they are.
+    page.steps = kCertificateSubjectSlot;
     return result;
   }
-  Replace(body, "%CertificateSubject%", NameForPage(cert.subject));
-  Replace(body, "%CertificateIssuer%", NameForPage(cert.issuer));
+  page.values[kCertificateSubjectSlot] = NameForPage(cert.subject);
+  page.values[kCertificateIssuerSlot] = NameForPage(cert.issuer);
   // Local time of this machine, whatever the browser's zone; a date that cannot be shown throws
   // out of GetWebAlertStub.
-  Replace(body, "%CertificateExpirationDate%",
-          qel::tools::TicksToString(static_cast<int64_t>(cert.expirationDate)));
-  Replace(body, "%CertificatePEMData%", EscapeHtml(cert.pemChain.view()));
+  page.values[kCertificateExpirationDateSlot] =
+      qel::tools::TicksToString(static_cast<int64_t>(cert.expirationDate));
+  page.values[kCertificatePemDataSlot] = EscapeHtml(cert.pemChain.view());
   return 0;
 }
 
@@ -134,10 +135,8 @@ result_t InvalidCertificateHandler::LocalizeHtmlTemplate(uint64_t uniqPid, std::
     return result;
   }
   orv::types::vector_t<unsigned char> html;
-  html.reserve(body.size());
-  for (const char byte : body) {
-    html.push_back(static_cast<unsigned char>(byte));
-  }
+  html.resize(body.size());
+  std::copy(body.begin(), body.end(), html.data());
   const orv::types::vector_t<unsigned char> worded =
       qel::tools::LocalizeTemplate(html, localizer.get(), GetTracer());
   body.assign(reinterpret_cast<const char*>(worded.data()), worded.size());

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <utility>
+
+#include "cert_stores/parse_cache/certificate_facts.h"
+
+namespace qel::tcp_traffic_interceptor::cert_stores {
+
+// Remembers, per certificate's bytes, what one parse gave (CertificateFacts), so that a server's
+// leaf and intermediates, which come back connection after connection, cost a digest and a map
+// search instead of OpenSSL's decoding. Keyed by the SHA-256 of the bytes; bounded, the least
+// recently used entry goes first. A refused blob is remembered as refused.
+//
+// Threads: any engine or host thread. `m_mutex` guards m_entries and m_recency and is held for one
+// search or one insert only: never across the parse, never together with another lock. The facts
+// handed out are immutable and shared, so they outlive their eviction.
+class CertificateParseCache final {
+ public:
+  static constexpr size_t kDefaultCapacity = 4096;  // a busy gateway's distinct certificates
+
+  explicit CertificateParseCache(size_t capacity = kDefaultCapacity);
+  CertificateParseCache(const CertificateParseCache&) = delete;
+  CertificateParseCache& operator=(const CertificateParseCache&) = delete;
+
+  // The one cache of the process, shared by the parent lookup and the handler.
+  static CertificateParseCache& Shared();
+
+  // The facts of the bytes: remembered ones, or those of a parse made now (outside the lock).
+  std::shared_ptr<const CertificateFacts> Get(const uint8_t* data, size_t size);
+  // Forgets everything; the stores' reload calls it.
+  void Clear();
+  size_t Size() const;
+
+ private:
+  using Digest = std::array<uint8_t, 32>;
+  struct DigestHash {
+    size_t operator()(const Digest& digest) const noexcept;
+  };
+  using Recency = std::list<Digest>;  // most recent first
+  using Entry = std::pair<std::shared_ptr<const CertificateFacts>, Recency::iterator>;
+
+  std::shared_ptr<const CertificateFacts> Find(const Digest& digest);
+  void Insert(const Digest& digest, const std::shared_ptr<const CertificateFacts>& facts);
+
+  const size_t m_capacity;
+  mutable std::mutex m_mutex;
+  Recency m_recency;                                        // guarded by m_mutex
+  std::unordered_map<Digest, Entry, DigestHash> m_entries;  // guarded by m_mutex
+};
+
+}  // namespace qel::tcp_traffic_interceptor::cert_stores

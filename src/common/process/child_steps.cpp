@@ -19,6 +19,20 @@ constexpr size_t kEntrySize = 4096;
 
 [[noreturn]] void ExitWithErrno() noexcept { _exit(errno); }
 
+// The C library's setgroups, setresgid and setresuid change every thread of a process: they signal
+// the other threads and wait for them. A child made by a bare clone still carries its parent's
+// list of threads, none of which exist in it, so those wrappers would wait for ever. The system
+// calls themselves change only the calling thread, which in the child is the whole process.
+int SetGroups(size_t count, const gid_t* groups) noexcept {
+  return static_cast<int>(syscall(SYS_setgroups, count, groups));
+}
+int SetResGid(gid_t gid) noexcept {
+  return static_cast<int>(syscall(SYS_setresgid, gid, gid, gid));
+}
+int SetResUid(uid_t uid) noexcept {
+  return static_cast<int>(syscall(SYS_setresuid, uid, uid, uid));
+}
+
 // Copies at most kMaxEntries entries, each cut to kEntrySize - 1 bytes, into stack buffers.
 void CopyEntries(const char* const* source, char (*buffers)[kEntrySize], char** target) noexcept {
   size_t count = 0;
@@ -31,7 +45,7 @@ void CopyEntries(const char* const* source, char (*buffers)[kEntrySize], char** 
 }
 
 void ChangeGroup(uint32_t gid) noexcept {
-  if (setresgid(gid, gid, gid) != 0) {
+  if (SetResGid(gid) != 0) {
     ExitWithErrno();
   }
   gid_t real = 0;
@@ -52,7 +66,7 @@ void ChangeGroup(uint32_t gid) noexcept {
 }
 
 void ChangeUser(uint32_t uid) noexcept {
-  if (setresuid(uid, uid, uid) != 0) {
+  if (SetResUid(uid) != 0) {
     ExitWithErrno();
   }
   uid_t real = 0;
@@ -105,7 +119,7 @@ void RunChildSteps(const ChildPlan& plan) noexcept {
     ExitWithErrno();
   }
   CloseOtherDescriptors();
-  if (plan.groupCount != 0 && setgroups(plan.groupCount, plan.groups) != 0) {
+  if (plan.groupCount != 0 && SetGroups(plan.groupCount, plan.groups) != 0) {
     ExitWithErrno();
   }
   if (plan.gid != 0) {

@@ -15,6 +15,26 @@ constexpr uint32_t kDetail = orv::trace_level::kDetail;
 
 }  // namespace
 
+result_t InvalidCertificateHandler::CertificateOfConnection(ssl::IConnectionInfo* sslConnectionInfo,
+                                                            UntrustedCertificate& cert) const {
+  return QEL_TRACE_AS(GetTracer(), GetCertificate(sslConnectionInfo, cert),
+                      "GetCertificate(sslConnectionInfo, cert)")
+         << "Cannot get cert from ssl info";
+}
+
+result_t InvalidCertificateHandler::UserOfConnection(
+    traffic_monitor::IConnectionInfo* tcpConnectionInfo,
+    orv::optional_t<qel::UserInfo>& user) const {
+  traffic_monitor::ClientInfo clientInfo{};
+  const result_t result =
+      ORV_TRACE_IF_FAILED(GetTracer(), tcpConnectionInfo->GetClientInfo(clientInfo))
+      << "Cannot get client info from connection";
+  if (ORV_SUCCEEDED(result)) {
+    user = tools::GetUserByPid(GetServiceLocator(), static_cast<int32_t>(clientInfo.pid));
+  }
+  return result;
+}
+
 result_t InvalidCertificateHandler::OnInvalidCertificateDetected(
     traffic_monitor::IConnectionInfo* tcpConnectionInfo, ssl::IConnectionInfo* sslConnectionInfo) {
   ORV_TRACE(GetTracer(), kDetail)
@@ -27,22 +47,16 @@ result_t InvalidCertificateHandler::OnInvalidCertificateDetected(
   ORV_TRACE(GetTracer(), kDetail) << "save invalid cert chain for domain " << domain;
 
   UntrustedCertificate cert;
-  if (const result_t result = QEL_TRACE_AS(GetTracer(), GetCertificate(sslConnectionInfo, cert),
-                                           "GetCertificate(sslConnectionInfo, cert)")
-                              << "Cannot get cert from ssl info";
+  if (const result_t result = CertificateOfConnection(sslConnectionInfo, cert);
       ORV_FAILED(result)) {
     return result;
   }
   CachePut(domain, cert);
 
-  traffic_monitor::ClientInfo clientInfo{};
-  if (const result_t result =
-          ORV_TRACE_IF_FAILED(GetTracer(), tcpConnectionInfo->GetClientInfo(clientInfo))
-          << "Cannot get client info from connection";
-      ORV_FAILED(result)) {
+  orv::optional_t<qel::UserInfo> user;
+  if (const result_t result = UserOfConnection(tcpConnectionInfo, user); ORV_FAILED(result)) {
     return result;
   }
-  const auto user = tools::GetUserByPid(GetServiceLocator(), static_cast<int32_t>(clientInfo.pid));
   PublishCertificateDetectedEvent(user, domain, cert);
   return orv::errors::kOk;
 }
@@ -72,20 +86,14 @@ result_t InvalidCertificateHandler::Resolve(traffic_monitor::IConnectionInfo* tc
   ORV_CHECK_RESULT(sslConnectionInfo->GetDomain(domain));
 
   UntrustedCertificate cert;
-  if (const result_t result = QEL_TRACE_AS(GetTracer(), GetCertificate(sslConnectionInfo, cert),
-                                           "GetCertificate(sslConnectionInfo, cert)")
-                              << "Cannot get cert from ssl info";
+  if (const result_t result = CertificateOfConnection(sslConnectionInfo, cert);
       ORV_FAILED(result)) {
     return result;
   }
-  traffic_monitor::ClientInfo clientInfo{};
-  if (const result_t result =
-          ORV_TRACE_IF_FAILED(GetTracer(), tcpConnectionInfo->GetClientInfo(clientInfo))
-          << "Cannot get client info from connection";
-      ORV_FAILED(result)) {
+  orv::optional_t<qel::UserInfo> user;
+  if (const result_t result = UserOfConnection(tcpConnectionInfo, user); ORV_FAILED(result)) {
     return result;
   }
-  const auto user = tools::GetUserByPid(GetServiceLocator(), static_cast<int32_t>(clientInfo.pid));
   PublishCertificateDetectedEvent(user, domain, cert);
   switch (verdict) {
     case ssl::InvalidCertificateVerdict::Allow:

@@ -109,6 +109,13 @@ class InvalidCertificateHandler : public IInvalidCertificateHandlerConstruct,
   result_t InsertCertificateInfo(const orv::types::string8_t& domain, PageValues& page);
   result_t LocalizeHtmlTemplate(uint64_t uniqPid, std::string& body);
 
+  // The two steps both connection operations take (decisions.cpp), each failure traced and
+  // returned: the connection's certificate, and the user of its client process.
+  result_t CertificateOfConnection(ssl::IConnectionInfo* sslConnectionInfo,
+                                   UntrustedCertificate& cert) const;
+  result_t UserOfConnection(traffic_monitor::IConnectionInfo* tcpConnectionInfo,
+                            orv::optional_t<qel::UserInfo>& user) const;
+
   // A copy of the settings, taken under m_settingsMutex.
   InvalidCertificateHandlerSettings CopySettings() const;
   void StoreSettings(const InvalidCertificateHandlerSettings& settings);

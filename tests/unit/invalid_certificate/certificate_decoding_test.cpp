@@ -210,20 +210,18 @@ TEST_F(CertificateDecodingTest, Connection_FailedConversionsAreTracedAndLeaveThe
 }
 
 TEST_F(CertificateDecodingTest, Connection_FailedEngineCallsThrowExpressionFailed) {
-  const result_t failure = kEngineFailure;
-  engine::SslConnectionData verification = Connection();
-  verification.getVerificationResultFailure = failure;
-  engine::SslConnectionData serverCertificate = Connection();
-  serverCertificate.getServerCertificateFailure = failure;
-  engine::SslConnectionData chain = Connection();
-  chain.getCertificateChainFailure = failure;
-  for (const auto& data : {verification, serverCertificate, chain}) {
+  using Data = engine::SslConnectionData;
+  for (result_t Data::*failing :
+       {&Data::getVerificationResultFailure, &Data::getServerCertificateFailure,
+        &Data::getCertificateChainFailure}) {
+    Data data = Connection();
+    data.*failing = kEngineFailure;
     UntrustedCertificate cert;
     try {
       Read(data, cert);
       ADD_FAILURE() << "no exception";
     } catch (const orv::CheckResultFailedException& error) {
-      EXPECT_EQ(error.ExtractResult(), failure);
+      EXPECT_EQ(error.ExtractResult(), kEngineFailure);
       EXPECT_NE(std::string(error.what()).find("Expression failed"), std::string::npos);
     }
     EXPECT_TRUE(cert.subject.empty());

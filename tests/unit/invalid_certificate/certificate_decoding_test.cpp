@@ -4,7 +4,6 @@
 #include <openssl/asn1.h>
 #include <openssl/x509.h>
 
-#include <ctime>
 #include <string>
 #include <vector>
 

@@ -128,12 +128,11 @@ TEST_F(CertificateDecodingTest, Decode_BytesThatAreNoCertificateAreAnInvalidArgu
   EXPECT_NE(errors[0].find("(x509),(x509) failed: result = false"), std::string::npos) << errors[0];
 }
 
-TEST_F(CertificateDecodingTest, Connection_ServerFieldsAndThePemOfTheWholeChain) {
+// The names and the verification result reach the page and the events of the handler's tests;
+// the order of a chain longer than two only shows here.
+TEST_F(CertificateDecodingTest, Connection_PemOfTheWholeChainInTheEnginesOrder) {
   UntrustedCertificate cert;
   ASSERT_EQ(Read(Connection(), cert), 0);
-  EXPECT_EQ(cert.verificationResult, 0x80020003u);
-  EXPECT_EQ(cert.subject.view(), "bad.example");
-  EXPECT_EQ(cert.issuer.view(), "Decoding Test Root");
   EXPECT_EQ(cert.pemChain.view(), server.Pem() + intermediate.Pem() + root.Pem());
 }
 

@@ -34,17 +34,17 @@ class StorageStepsTest : public ::testing::Test {
   Certificate m_cert{"Morvane_Shield_Personal_Root_Certificate_00000001", m_root.Der()};
 };
 
+// The text and the rollback of a new anchor are checked through the real store; its mode and the
+// second add, which must leave nothing to roll back, only here.
 TEST_F(StorageStepsTest, AddToSource_WritesOnceAndKeepsTheEarlierName) {
   std::vector<Certificate> present;
   {
     ScopeMultiGuard guard;
     present = m_storage.AddToSource({m_cert}, m_dir, guard);
-    EXPECT_EQ(guard.Size(), 1u);
     guard.Release();
   }
   const std::string anchor = m_dir + "/" + AnchorFileName(m_cert.name);
   ASSERT_EQ(present.size(), 1u);
-  EXPECT_EQ(ReadTextFile(anchor), m_root.Pem());
   struct stat status {};
   ASSERT_EQ(::stat(anchor.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0444u);

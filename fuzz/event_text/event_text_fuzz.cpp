@@ -17,19 +17,18 @@ class Input {
   Input(const uint8_t* data, size_t size) : m_data(data), m_size(size) {}
   bool empty() const { return m_offset >= m_size; }
   uint8_t Byte() { return empty() ? 0 : m_data[m_offset++]; }
-  template <class T>
-  T Number() {
-    T value{};
-    const size_t count = std::min(sizeof(T), m_size - std::min(m_offset, m_size));
-    std::memcpy(&value, m_data + m_offset, count);
-    m_offset += count;
-    return value;
-  }
   std::string Bytes(size_t count) {
     count = std::min(count, m_size - std::min(m_offset, m_size));
     std::string text(reinterpret_cast<const char*>(m_data + m_offset), count);
     m_offset += count;
     return text;
+  }
+  template <class T>
+  T Number() {
+    T value{};
+    const std::string bytes = Bytes(sizeof(T));
+    std::memcpy(&value, bytes.data(), bytes.size());
+    return value;
   }
 
  private:

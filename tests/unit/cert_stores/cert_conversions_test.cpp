@@ -11,25 +11,15 @@ namespace {
 
 constexpr result_t kFailed = orv::MakeResult(0x8000004bu);
 
-std::string Text(const std::vector<uint8_t>& bytes) {
-  return std::string(bytes.begin(), bytes.end());
-}
-
-TEST(CertConversionsTest, RawToPemAndBack_GiveTheSameShapes) {
+// The PEM text, the DER copy and the subject hash are checked by the real clients of the store
+// tests; what they cannot see: a PEM text of several is read up to its first certificate, and the
+// issuer text handed to the host is in RFC 2253 form.
+TEST(CertConversionsTest, PemToRawTakesTheFirstAndIssuerTextIsRfc2253) {
   const auto root = tti::test::MakeRootCertificate("conversion root");
-  std::vector<uint8_t> pem;
-  ASSERT_EQ(RawToPem(root.Der(), pem), 0);
-  EXPECT_EQ(Text(pem), root.Pem());
-  RawCert raw;
-  // Of several certificates, the first.
   const auto second = tti::test::MakeRootCertificate("second");
-  ASSERT_EQ(PemToRaw("comment\n" + Text(pem) + second.Pem(), raw), 0);
+  RawCert raw;
+  ASSERT_EQ(PemToRaw("comment\n" + root.Pem() + second.Pem(), raw), 0);
   EXPECT_TRUE(RawEqual(raw, root.Der()));
-  ASSERT_EQ(X509ToRaw(root.x509.get(), raw), 0);
-  EXPECT_TRUE(RawEqual(raw, root.Der()));
-  uint64_t hash = 0;
-  ASSERT_EQ(GetSubjectHash(root.Der(), hash), 0);
-  EXPECT_EQ(hash, X509_subject_name_hash(root.x509.get()));
   EXPECT_EQ(GetIssuerText(root.x509.get()), "CN=conversion root,O=tti tests");
 }
 

@@ -15,23 +15,17 @@
 
 #include "host/host_object.h"
 #include "host/stderr_tracer.h"
+#include "support/scratch.h"
 
 namespace host {
 namespace {
 
-// A temporary file the tracer writes to; Written() reads all it holds.
+// A temporary file the tracer writes to; Written() reads all it holds through a fresh open.
 class Output {
  public:
   int fd() const { return fileno(m_file.get()); }
   std::string Written() const {
-    std::rewind(m_file.get());
-    std::string text;
-    char buffer[4096];
-    size_t got;
-    while ((got = std::fread(buffer, 1, sizeof(buffer), m_file.get())) > 0) {
-      text.append(buffer, got);
-    }
-    return text;
+    return tti::test::ReadText("/proc/self/fd/" + std::to_string(fd()));
   }
 
  private:

@@ -17,10 +17,7 @@ constexpr uint32_t kDeleted = 8;
 constexpr uint32_t kMovedFrom = 10;
 constexpr uint32_t kMovedTo = 11;
 constexpr uint32_t kModified = 6;
-constexpr uint32_t kClosedAfterWrite = 4;
-constexpr uint32_t kClosedWithoutWrite = 5;
 constexpr uint32_t kAttributes = 3;
-constexpr uint32_t kOpened = 12;
 constexpr uint32_t kStoreFlags = 0x782;
 
 class InotifyNaming : public ::testing::Test {

@@ -1,17 +1,8 @@
 #include "watch_fixture.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <filesystem>
 
 namespace host::test {
-
-void MakeDirectories(const std::string& path) {
-  std::error_code error;
-  std::filesystem::create_directories(path, error);
-  EXPECT_FALSE(error) << path << ": " << error.message();
-}
 
 result_t RecordingReceiver::OnEvent(const qel::InotifyEvent& event) {
   if (inside.fetch_add(1) != 0) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <ostream>
@@ -18,8 +19,8 @@ namespace host::test {
 using tti::test::Eventually;
 using tti::test::TempDir;
 
-// Makes `path` and its missing parents; fails the test on an error.
-void MakeDirectories(const std::string& path);
+// Makes `path` and its missing parents; an error throws, which fails the test.
+inline void MakeDirectories(const std::string& path) { std::filesystem::create_directories(path); }
 inline void WriteFile(const std::string& path, const std::string& text = "x") {
   tti::test::WriteText(path, text);
 }

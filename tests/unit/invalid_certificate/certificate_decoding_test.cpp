@@ -4,7 +4,6 @@
 #include <openssl/asn1.h>
 #include <openssl/x509.h>
 
-#include <ctime>
 #include <string>
 #include <vector>
 
@@ -84,7 +83,6 @@ TEST_F(CertificateDecodingTest, Decode_ExpiryByCalendarAcrossTheWholeRange) {
     uint64_t ticks;
   };
   const Row rows[] = {
-      {"16001231235959Z", 0},  // before 1601: no date
       {"16010101000000Z", 0},  // the first tick
       {"16010102000001Z", 86401ULL * kTicksPerSecond},
       {"19700101000000Z", static_cast<uint64_t>(kUnixEpochTicks)},
@@ -102,10 +100,8 @@ TEST_F(CertificateDecodingTest, Decode_ExpiryByCalendarAcrossTheWholeRange) {
   }
 }
 
-TEST_F(CertificateDecodingTest, Decode_MissingCommonNamesStandInAndLongNamesAreCut) {
-  X509_NAME* subject = X509_get_subject_name(server.x509.get());
-  X509_NAME_ENTRY_free(
-      X509_NAME_delete_entry(subject, X509_NAME_get_index_by_NID(subject, NID_commonName, -1)));
+// A missing common name is seen through the alert page; a long one only here.
+TEST_F(CertificateDecodingTest, Decode_LongNamesAreCut) {
   const std::string longName(300, 'n');
   X509_NAME* issuer = X509_NAME_new();
   // A plain UTF8String type skips OpenSSL's 64-character bound of common names.
@@ -117,7 +113,6 @@ TEST_F(CertificateDecodingTest, Decode_MissingCommonNamesStandInAndLongNamesAreC
 
   UntrustedCertificate cert;
   ASSERT_EQ(DecodeCertificate(ToRaw(server.Der()), cert, tracer.get()), 0);
-  EXPECT_EQ(cert.subject.view(), "NotPartOfCertificate");
   EXPECT_EQ(cert.issuer.view(), longName.substr(0, 255));
 }
 
@@ -133,12 +128,11 @@ TEST_F(CertificateDecodingTest, Decode_BytesThatAreNoCertificateAreAnInvalidArgu
   EXPECT_NE(errors[0].find("(x509),(x509) failed: result = false"), std::string::npos) << errors[0];
 }
 
-TEST_F(CertificateDecodingTest, Connection_ServerFieldsAndThePemOfTheWholeChain) {
+// The names and the verification result reach the page and the events of the handler's tests;
+// the order of a chain longer than two only shows here.
+TEST_F(CertificateDecodingTest, Connection_PemOfTheWholeChainInTheEnginesOrder) {
   UntrustedCertificate cert;
   ASSERT_EQ(Read(Connection(), cert), 0);
-  EXPECT_EQ(cert.verificationResult, 0x80020003u);
-  EXPECT_EQ(cert.subject.view(), "bad.example");
-  EXPECT_EQ(cert.issuer.view(), "Decoding Test Root");
   EXPECT_EQ(cert.pemChain.view(), server.Pem() + intermediate.Pem() + root.Pem());
 }
 
@@ -214,20 +208,18 @@ TEST_F(CertificateDecodingTest, Connection_FailedConversionsAreTracedAndLeaveThe
 }
 
 TEST_F(CertificateDecodingTest, Connection_FailedEngineCallsThrowExpressionFailed) {
-  const result_t failure = kEngineFailure;
-  engine::SslConnectionData verification = Connection();
-  verification.getVerificationResultFailure = failure;
-  engine::SslConnectionData serverCertificate = Connection();
-  serverCertificate.getServerCertificateFailure = failure;
-  engine::SslConnectionData chain = Connection();
-  chain.getCertificateChainFailure = failure;
-  for (const auto& data : {verification, serverCertificate, chain}) {
+  using Data = engine::SslConnectionData;
+  for (result_t Data::*failing :
+       {&Data::getVerificationResultFailure, &Data::getServerCertificateFailure,
+        &Data::getCertificateChainFailure}) {
+    Data data = Connection();
+    data.*failing = kEngineFailure;
     UntrustedCertificate cert;
     try {
       Read(data, cert);
       ADD_FAILURE() << "no exception";
     } catch (const orv::CheckResultFailedException& error) {
-      EXPECT_EQ(error.ExtractResult(), failure);
+      EXPECT_EQ(error.ExtractResult(), kEngineFailure);
       EXPECT_NE(std::string(error.what()).find("Expression failed"), std::string::npos);
     }
     EXPECT_TRUE(cert.subject.empty());

@@ -74,7 +74,7 @@ class StaticTracer final : public orv::ITracer {
   }
   result_t GetRecord(uint32_t level, orv::TraceRecord* record, size_t size) override {
     ++getRecords;
-    if (level == refusedLevel || size > sizeof(buffer)) {
+    if (size > sizeof(buffer)) {
       return orv::errors::kTraceLevelProhibited;
     }
     record->data = buffer;
@@ -87,7 +87,6 @@ class StaticTracer final : public orv::ITracer {
   }
 
   char buffer[512];
-  uint32_t refusedLevel = 0;
   uint64_t getRecords = 0;
   uint64_t putRecords = 0;
   size_t lastLength = 0;
@@ -109,18 +108,6 @@ TEST(TraceAllocation, Trace_LineOfAbout500Bytes_NoOperatorNew) {
   EXPECT_EQ(tracer.putRecords, 1u);
   EXPECT_GE(tracer.lastLength, 500u);
   EXPECT_LE(tracer.lastLength, 512u);
-}
-
-TEST(TraceAllocation, Trace_RefusedLevel_OneGetRecordAndNothingElse) {
-  StaticTracer tracer;
-  tracer.refusedLevel = 800;
-  g_news = 0;
-  g_counting = true;
-  ORV_TRACE(&tracer, 800) << "never formatted " << 1u;
-  g_counting = false;
-  EXPECT_EQ(g_news.load(), 0u);
-  EXPECT_EQ(tracer.getRecords, 1u);
-  EXPECT_EQ(tracer.putRecords, 0u);
 }
 
 template <class Construct>

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <exception>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <typeinfo>

@@ -46,14 +46,9 @@ class EventText : public testing::Test {
     EventToText(record, format, stream);
     return stream.str();
   }
+  // A text that is no JSON gives a discarded value, which no assertion below accepts.
   static nlohmann::json Json(const Event& record) {
-    const std::string text = Text(record, kEventTextJson);
-    try {
-      return nlohmann::json::parse(text);
-    } catch (const std::exception& error) {
-      ADD_FAILURE() << error.what() << " in " << text;
-      return nlohmann::json();
-    }
+    return nlohmann::json::parse(Text(record, kEventTextJson), nullptr, false);
   }
 };
 
@@ -193,7 +188,7 @@ TEST_P(HostileValues, JsonStaysValid) {
     const char16_t lone[] = {u'a', static_cast<char16_t>(0xd800), u'"', 0};
     Add(record, AdditionalName::Domain, Variant::String16(string16_t(lone)));
     std::setlocale(LC_ALL, GetParam());
-    EXPECT_TRUE(Json(record).is_object());
+    EXPECT_TRUE(Json(record).is_object()) << Text(record, kEventTextJson);
   }
 }
 

@@ -9,7 +9,6 @@
 #include <thread>
 #include <vector>
 
-#include <boost/algorithm/string/split.hpp>
 #include <boost/filesystem.hpp>
 
 #include "test_options.h"
@@ -86,23 +85,6 @@ INSTANTIATE_TEST_SUITE_P(
                     [](ProcessOptions& o) { o.stderrCapture = kSomeString, o.stderrLimit = 0; },
                     [](ProcessOptions& o) { o.mergeStderr = true; }));
 
-TEST(RunProcess, ExitStatusAndSignal_Reported) {
-  Capture capture;
-  EXPECT_EQ(RunScript("exit 0", capture), orv::errors::kOk);
-
-  const auto args = Shell("exit 3");
-  ProcessOptions failing = TestOptions(args.data());
-  EXPECT_EQ(RunProcess(failing), orv::errors::kUnspecified);
-  EXPECT_EQ(failing.exitCode, 3);
-  EXPECT_FALSE(failing.signal);
-
-  const auto killer = Shell("kill -9 $$");
-  ProcessOptions killed = TestOptions(killer.data());
-  EXPECT_EQ(RunProcess(killed), orv::errors::kUnspecified);
-  EXPECT_EQ(killed.signal, SIGKILL);
-  EXPECT_FALSE(killed.exitCode);
-}
-
 TEST(RunProcess, ProgramMissing_NotFoundOrChildExit) {
   const char* const relative[] = {"no-such-program-here", nullptr};
   ProcessOptions searched = TestOptions(relative);
@@ -168,11 +150,7 @@ TEST(RunProcess, ArgumentsAndEnvironment_CutAndFiltered) {
             orv::errors::kOk);
   EXPECT_EQ(capture.out, "4095\n");
 
-  std::vector<std::string> many(60, "x");
-  std::vector<const char*> manyArgs;
-  for (const std::string& argument : many) {
-    manyArgs.push_back(argument.c_str());
-  }
+  const std::vector<const char*> manyArgs(60, "x");
   capture = {};
   // /bin/sh, -c, the script and $0 take 4 of the 50 entries that reach the child.
   EXPECT_EQ(RunScript("echo $#", capture, manyArgs), orv::errors::kOk);
@@ -184,10 +162,7 @@ TEST(RunProcess, ArgumentsAndEnvironment_CutAndFiltered) {
   ProcessOptions options = TestOptions(env);
   options.stdoutCapture = &capture.out;
   EXPECT_EQ(RunProcess(options), orv::errors::kOk);
-  std::vector<std::string> lines;
-  boost::algorithm::split(lines, capture.out, [](char c) { return c == '\n'; });
-  ASSERT_FALSE(lines.empty());
-  EXPECT_EQ(lines[0], "PATH=/usr/sbin:/usr/bin:/bin:/sbin");
+  EXPECT_EQ(capture.out.rfind("PATH=/usr/sbin:/usr/bin:/bin:/sbin\n", 0), 0u) << capture.out;
   EXPECT_NE(capture.out.find("\nLC_TIME=C.UTF-8\n"), std::string::npos);
   EXPECT_EQ(capture.out.find("LC_PAPER"), std::string::npos);
   EXPECT_EQ(capture.out.find("/nowhere"), std::string::npos);
@@ -243,6 +218,7 @@ TEST(RunProcess, WorkingDirectoryAndLimits_AppliedInChild) {
   options.cwd = "/no/such/directory";
   EXPECT_EQ(RunProcess(options), orv::errors::kUnspecified);
   EXPECT_EQ(options.exitCode, ENOENT);
+  EXPECT_FALSE(options.signal);
 
   options.cwd = nullptr;
   options.limits = {{1, 2, RLIMIT_NOFILE}};  // soft above hard
@@ -271,6 +247,7 @@ TEST_P(TimeLimit, ChildStoppedByLadder) {
   EXPECT_EQ(result, kOperationTimeout);
   EXPECT_EQ(options.result, kOperationTimeout);
   EXPECT_EQ(options.signal, GetParam().signal);
+  EXPECT_FALSE(options.exitCode);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ladder, TimeLimit,

@@ -4,14 +4,17 @@
 
 #include <cstring>
 
+#include "cert_stores/conversions/openssl_types.h"
+
 namespace qel::tcp_traffic_interceptor::cert_stores {
 namespace {
 
 // Fetched once: an implicit fetch per digest would cost as much as the digest of a certificate.
-// Never freed, on purpose: OpenSSL's own exit handler may have run before a static destructor.
+// Freed when the module is unloaded or the process ends; the static is made after OpenSSL's own
+// start-up, which registered its exit handler first, so this destructor runs before that handler.
 const EVP_MD* Sha256() {
-  static EVP_MD* const kSha256 = EVP_MD_fetch(nullptr, "SHA2-256", nullptr);
-  return kSha256;
+  static const EvpMdPtr kSha256(EVP_MD_fetch(nullptr, "SHA2-256", nullptr));
+  return kSha256.get();
 }
 
 }  // namespace

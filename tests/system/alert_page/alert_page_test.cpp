@@ -135,6 +135,26 @@ TEST_F(AlertPageTest, UncachedDomain_PageServedWithTheCertificatePlaceholders) {
   EXPECT_TRUE(tracer->Contains("Cannot get cert chain for domain never.example"));
 }
 
+// The page's certificate cache: an entry stays when the client is lost, a second certificate for a
+// domain replaces the first, a domain differing in case only is not in it.
+TEST_F(AlertPageTest, Cache_KeptWithoutClientReplacedBySecondCaseSensitive) {
+  engine::SslConnectionData lost = Connection("lost.example");
+  lost.serverCertificate = MakeServerCertificate(root, "kept-subject.example").Der();
+  ASSERT_NE(HandlerTest::Detect(handler.get(), lost, 1, 0x80000042u), 0);
+  const std::string page = Page("lost.example", kContinue);
+  EXPECT_NE(page.find("kept-subject.example"), std::string::npos);
+  EXPECT_EQ(page.find("%CertificateSubject%"), std::string::npos);
+  EXPECT_NE(Page("LOST.example", kContinue).find("%CertificateSubject%"), std::string::npos);
+
+  TestCertificate first = MakeServerCertificate(root, "first-subject.example");
+  TestCertificate second = MakeServerCertificate(root, "second-subject.example");
+  Detect("twice.example", {&first});
+  Detect("twice.example", {&second});
+  const std::string replaced = Page("twice.example", kContinue);
+  EXPECT_NE(replaced.find("second-subject.example"), std::string::npos);
+  EXPECT_EQ(replaced.find("first-subject.example"), std::string::npos);
+}
+
 TEST_F(AlertPageTest, UnnamedVerificationResultShowsTheUnknownErrorText) {
   TestCertificate root = MakeRootCertificate("Unknown Root");
   Detect("unknown.example", {&root}, 0x12345);

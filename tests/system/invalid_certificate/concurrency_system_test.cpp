@@ -91,9 +91,7 @@ TEST(HandlerConcurrencyTest, AllOperationsAtOnce_CacheStaysWithinItsCapacity) {
         ssl::InvalidCertificateSecureDesktopRequest request;
         request.clientPid = static_cast<uint32_t>(::getpid());
         request.domain = orv::types::string8_t(data.domain);
-        for (const unsigned char byte : serverDer) {
-          request.certificate.push_back(byte);
-        }
+        request.certificate = tti::test::BytesAs<decltype(request.certificate)>(serverDer);
         handler->Resolve(request, verdict);
 
         auto_excludes::AutoExcludeRequest exclude;

@@ -130,9 +130,7 @@ TEST_F(HandlerTest, SecureDesktop_AlwaysAllowsWhateverTheSettings) {
   request.clientPid = static_cast<uint32_t>(::getpid());
   request.domain = orv::types::string8_t("desk.example");
   request.verificationResult = 0x80040001;
-  for (const uint8_t byte : server.Der()) {
-    request.certificate.push_back(byte);
-  }
+  request.certificate = tti::test::BytesAs<decltype(request.certificate)>(server.Der());
   Verdict verdict = Verdict::Block;
   ASSERT_EQ(desktop->Resolve(request, verdict), 0);
   EXPECT_EQ(verdict, Verdict::Allow);

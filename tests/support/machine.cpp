@@ -1,5 +1,6 @@
 #include "support/machine.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>

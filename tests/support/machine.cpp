@@ -44,6 +44,17 @@ void MakeNssDatabaseOf(const std::string& directory, uint32_t uid) {
   ChangeOwner(directory, uid, uid);
 }
 
+std::vector<std::string> WatchedPlaces(const std::vector<std::string>& homes) {
+  std::vector<std::string> places;
+  for (const std::string& home : homes) {
+    for (const char* name : {".mozilla", ".pki", "snap", "Snap", ".snap", ".local/share/pki",
+                             ".config/mozilla", ".thunderbird", ".var/app"}) {
+      places.push_back(home.empty() ? name : home + "/" + name);
+    }
+  }
+  return places;
+}
+
 void ChangeOwner(const std::string& top, uid_t uid, gid_t gid) {
   Check(::lchown(top.c_str(), uid, gid), "lchown " + top);
   if (std::filesystem::is_directory(std::filesystem::symlink_status(top))) {

@@ -48,30 +48,15 @@ void BuildMachine() {
   ASSERT_EQ(::chdir("/home/cwd"), 0);
 }
 
-// The nine places watched in each home.
-std::vector<std::string> WatchedIn(const std::string& home) {
-  std::vector<std::string> directories;
-  for (const char* name : {".mozilla", ".pki", "snap", "Snap", ".snap", ".local/share/pki",
-                           ".config/mozilla", ".thunderbird", ".var/app"}) {
-    directories.push_back(home.empty() ? name : home + "/" + name);
-  }
-  return directories;
-}
-
 TEST(Nss3Storages, Machine_EveryUsersStoresOnceTheSystemDatabaseAndTheWatchedPlaces) {
   // The disk is not looked at for one home: this one exists nowhere.
-  EXPECT_EQ(GetWatchDirectories("/nowhere/x"), WatchedIn("/nowhere/x"));
-  EXPECT_EQ(GetWatchDirectories("/nowhere/x/"), WatchedIn("/nowhere/x"));
+  EXPECT_EQ(GetWatchDirectories("/nowhere/x"), WatchedPlaces({"/nowhere/x"}));
+  EXPECT_EQ(GetWatchDirectories("/nowhere/x/"), WatchedPlaces({"/nowhere/x"}));
   RunInMountNamespace([] {
     BuildMachine();
     // By name, then home: daemon is no user; bob and carol give their shared home twice.
-    std::vector<std::string> watched;
-    for (const char* home :
-         {"/home/alice", "/home/shared", "/home/shared", "", "/home/root", "/home/svc"}) {
-      const auto directories = WatchedIn(home);
-      watched.insert(watched.end(), directories.begin(), directories.end());
-    }
-    EXPECT_EQ(GetWatchDirectories(), watched);
+    EXPECT_EQ(GetWatchDirectories(), WatchedPlaces({"/home/alice", "/home/shared", "/home/shared",
+                                                    "", "/home/root", "/home/svc"}));
 
     MakeDirectory("/etc/pki/nssdb");  // empty: reported all the same
     const std::vector<Nss3Storage> expected = {

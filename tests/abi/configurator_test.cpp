@@ -25,7 +25,7 @@ std::vector<std::u16string> Texts(const qel::ssl::Excludes& excludes) {
   return texts;
 }
 
-TEST_F(ConfiguratorTest, Create_SetsAutomaticExclusionsToModeOneOnce) {
+TEST_F(ConfiguratorTest, Create_AutomaticExclusionsModeOneOnce_DefaultSettings) {
   EXPECT_EQ(Stored<auto_excludes::AutoExcludesSettings>(auto_excludes::CLSID_AutoExcludes).mode,
             1u);
   EXPECT_EQ(services.settings->writes(), 1u);
@@ -33,6 +33,16 @@ TEST_F(ConfiguratorTest, Create_SetsAutomaticExclusionsToModeOneOnce) {
   // A second object finds mode 1 and writes nothing.
   auto second = Create<tti::ITcpInterceptorConfigurator>(tti::CLSID_TcpInterceptorConfigurator);
   EXPECT_EQ(services.settings->writes(), 1u);
+
+  // The defaults of a fresh machine.
+  const qel::settings::NetSettings settings = Current();
+  EXPECT_TRUE(settings.EncryptedConnectionsScan);
+  EXPECT_EQ(settings.EncryptedConnectionsScanErrorAction,
+            qel::EncryptedConnectionsScanErrorAction::AddToAutoExclusions);
+  EXPECT_EQ(settings.UntrustedCertificateAction, qel::UntrustedCertificateAction::Allow);
+  EXPECT_EQ(settings.CertificateVerificationPolicy, qel::CertificateVerificationPolicy::FullCheck);
+  EXPECT_EQ(settings.NetworkPorts.ports.size(), 15u);
+  EXPECT_TRUE(tracer->Contains("GetNetSettings: [FirewallBypass] Setting outgoing excludes"));
 }
 
 TEST_F(ConfiguratorTest, Create_AutoExcludesWriteFails_NoObject) {
@@ -48,17 +58,6 @@ TEST_F(ConfiguratorTest, Create_AutoExcludesWriteFails_NoObject) {
   EXPECT_TRUE(
       tracer->Contains("(tools::UpdateServiceSettingsSync(GetTracer(), GetServiceLocator(), "
                        "auto_excludes::CLSID_AutoExcludes, modifier))"));
-}
-
-TEST_F(ConfiguratorTest, GetNetSettings_Defaults) {
-  const qel::settings::NetSettings settings = Current();
-  EXPECT_TRUE(settings.EncryptedConnectionsScan);
-  EXPECT_EQ(settings.EncryptedConnectionsScanErrorAction,
-            qel::EncryptedConnectionsScanErrorAction::AddToAutoExclusions);
-  EXPECT_EQ(settings.UntrustedCertificateAction, qel::UntrustedCertificateAction::Allow);
-  EXPECT_EQ(settings.CertificateVerificationPolicy, qel::CertificateVerificationPolicy::FullCheck);
-  EXPECT_EQ(settings.NetworkPorts.ports.size(), 15u);
-  EXPECT_TRUE(tracer->Contains("GetNetSettings: [FirewallBypass] Setting outgoing excludes"));
 }
 
 TEST_F(ConfiguratorTest, GetNetSettings_MapsStoredRecords) {

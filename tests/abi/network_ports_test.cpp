@@ -51,7 +51,7 @@ class NetworkPortsTest : public tti_test::ModuleTest {
   orv::intrusive_ptr<tti::INetworkPortsSettings> settings;
 };
 
-TEST_F(NetworkPortsTest, Start_Default_WritesTheFifteenPortsAndFlushes) {
+TEST_F(NetworkPortsTest, StartTwiceStopTwice_DefaultFifteenPortsFirstStartLastStopWrite) {
   ASSERT_EQ(interceptor->StartInterception(), 0);
   const tm::pdkSettings engine = Engine();
   EXPECT_FALSE(engine.monitorAllPorts);
@@ -63,10 +63,8 @@ TEST_F(NetworkPortsTest, Start_Default_WritesTheFifteenPortsAndFlushes) {
   EXPECT_EQ(services.settings->writes(), 1u);
   EXPECT_EQ(services.settings->flushes(), 1u);
   EXPECT_EQ(services.settings->lastMode(), 1u);
-}
 
-TEST_F(NetworkPortsTest, StartTwiceStopTwice_OnlyFirstStartAndLastStopWrite) {
-  ASSERT_EQ(interceptor->StartInterception(), 0);
+  // Only the first start and the last stop write.
   ASSERT_EQ(interceptor->StartInterception(), 0);
   EXPECT_EQ(services.settings->writes(), 1u);
   ASSERT_EQ(interceptor->StopInterception(), 0);
@@ -77,8 +75,16 @@ TEST_F(NetworkPortsTest, StartTwiceStopTwice_OnlyFirstStartAndLastStopWrite) {
   EXPECT_EQ(services.settings->writes(), 2u);
 }
 
-TEST_F(NetworkPortsTest, StopWithoutStart_WritesEmptyAndStaysOff) {
+TEST_F(NetworkPortsTest, StopWithoutStart_WritesEmptyAndStaysOff_SignaturesAtDetail) {
   ASSERT_EQ(interceptor->StopInterception(), 0);
+  const std::vector<std::string> lines = tracer->Texts(800);
+  ASSERT_GE(lines.size(), 3u);
+  EXPECT_EQ(lines[0],
+            "virtual result_t qel::tcp_traffic_interceptor::NetworkPorts::StopInterception()");
+  EXPECT_EQ(lines[1],
+            "result_t qel::tcp_traffic_interceptor::NetworkPorts::UpdateServiceSettings(const "
+            "qel::settings::NetworkPorts&)");
+  EXPECT_EQ(lines[2], "UpdateServiceSettingsSync() serviceKey=0xe750e572, sync=1");
   EXPECT_EQ(services.settings->writes(), 1u);
   EXPECT_TRUE(Engine().ports.empty());
   // The count stayed 0: the next start writes the list again.
@@ -116,7 +122,7 @@ TEST_F(NetworkPortsTest, Construct_DecidesTheFirstStartsList) {
   EXPECT_EQ(Engine().ports[1].port, 3128);
 }
 
-TEST_F(NetworkPortsTest, Start_UpdateFails_ReportsAndRetriesOnNextStart) {
+TEST_F(NetworkPortsTest, UpdateFails_StartRetriesOnNextStartStopKeepsTheCount) {
   const result_t failure = orv::MakeResult(0x80000045);
   services.settings->InjectFailure(host::MemoryServiceManager::Operation::kUpdate, failure);
   EXPECT_EQ(interceptor->StartInterception(), failure);
@@ -125,10 +131,8 @@ TEST_F(NetworkPortsTest, Start_UpdateFails_ReportsAndRetriesOnNextStart) {
   EXPECT_TRUE(Engine().ports.empty());
   ASSERT_EQ(interceptor->StartInterception(), 0);  // the count stayed 0
   EXPECT_EQ(Engine().ports.size(), 15u);
-}
 
-TEST_F(NetworkPortsTest, Stop_UpdateFails_CountUnchanged) {
-  ASSERT_EQ(interceptor->StartInterception(), 0);
+  // A failed stop leaves the count as it was.
   services.settings->InjectFailure(host::MemoryServiceManager::Operation::kUpdate,
                                    orv::MakeResult(0x80000045));
   EXPECT_LT(interceptor->StopInterception(), 0);
@@ -149,18 +153,6 @@ TEST_F(NetworkPortsTest, SetSettings_UndecodableNameWhileOn_ThrowsAndKeepsEveryt
   qel::settings::NetworkPorts stored = Ports({});
   ASSERT_EQ(settings->GetSettings(&stored), 0);
   EXPECT_EQ(stored.ports.size(), 15u);
-}
-
-TEST_F(NetworkPortsTest, Trace_SignaturesAtDetail) {
-  ASSERT_EQ(interceptor->StopInterception(), 0);
-  const std::vector<std::string> lines = tracer->Texts(800);
-  ASSERT_FALSE(lines.empty());
-  EXPECT_EQ(lines[0],
-            "virtual result_t qel::tcp_traffic_interceptor::NetworkPorts::StopInterception()");
-  EXPECT_EQ(lines[1],
-            "result_t qel::tcp_traffic_interceptor::NetworkPorts::UpdateServiceSettings(const "
-            "qel::settings::NetworkPorts&)");
-  EXPECT_EQ(lines[2], "UpdateServiceSettingsSync() serviceKey=0xe750e572, sync=1");
 }
 
 }  // namespace

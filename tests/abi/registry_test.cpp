@@ -92,7 +92,7 @@ TEST_F(RegistryTest, GetDescriptor_HandlerSettingsRecord) {
   EXPECT_EQ(same, descriptor);
 }
 
-TEST_F(RegistryTest, GetDescriptor_OtherIdsAreNotFoundAndStoreNothing) {
+TEST_F(RegistryTest, GetDescriptor_OtherIdsNotFoundStoreNothing_ReservedSlotsNotImplemented) {
   auto registry = Registry();
   // "RuntimeField" and "AdditionalField" are described in the module but not served here.
   for (uint32_t id : {0u, 0xd1345cf5u, 0x0efa8e30u, 0x6a1845b2u}) {
@@ -100,10 +100,7 @@ TEST_F(RegistryTest, GetDescriptor_OtherIdsAreNotFoundAndStoreNothing) {
     EXPECT_EQ(registry->GetDescriptor(id, &descriptor), orv::MakeResult(0x8000004c)) << id;
     EXPECT_EQ(descriptor, reinterpret_cast<const orv::TypeDescriptor*>(0x1));
   }
-}
-
-TEST_F(RegistryTest, ReservedSlotsAreNotImplemented) {
-  auto registry = Registry();
+  // The reserved slots are not implemented.
   EXPECT_EQ(registry->Reserved5(), kNotImplemented);
   EXPECT_EQ(registry->Reserved6(), kNotImplemented);
   const auto provider = As<orv::IMetaInfoProvider>(registry.get());
@@ -111,7 +108,7 @@ TEST_F(RegistryTest, ReservedSlotsAreNotImplemented) {
   EXPECT_EQ(provider->Reserved5(), kNotImplemented);
 }
 
-TEST_F(RegistryTest, GetTypeIds_GrowsThroughTheVectorsOwnAllocator) {
+TEST_F(RegistryTest, GetTypeIds_GrowsThroughTheVectorsOwnAllocator_OutOfMemoryIsACode) {
   auto registry = Registry();
   const uint64_t before = services.allocator->allocations();
   orv::types::vector_t<uint32_t> ids(services.allocator.get());
@@ -131,15 +128,13 @@ TEST_F(RegistryTest, GetTypeIds_GrowsThroughTheVectorsOwnAllocator) {
   EXPECT_EQ(full.size(), 5u);
   EXPECT_EQ(full.capacity(), 8u);
   EXPECT_EQ(full[4], kSettingsId);
-}
 
-TEST_F(RegistryTest, GetTypeIds_OutOfMemoryIsACode) {
-  auto registry = Registry();
-  orv::types::vector_t<uint32_t> ids(services.allocator.get());
+  // Out of memory is a code.
+  orv::types::vector_t<uint32_t> none(services.allocator.get());
   services.allocator->FailAll(true);
-  EXPECT_EQ(registry->GetTypeIds(ids), orv::MakeResult(0x80000041));
+  EXPECT_EQ(registry->GetTypeIds(none), orv::MakeResult(0x80000041));
   services.allocator->FailAll(false);
-  EXPECT_TRUE(ids.empty());
+  EXPECT_TRUE(none.empty());
 }
 
 TEST_F(RegistryTest, DescriptorOperations_DefaultCopyMove) {

@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <openssl/err.h>
-#include <openssl/ssl.h>
 #include <sys/socket.h>
 
 #include <memory>
@@ -12,8 +11,6 @@
 
 namespace tti::test {
 namespace {
-
-SSL_CTX* Context(void* context) { return static_cast<SSL_CTX*>(context); }
 
 // Whether the failed handshake's errors hold the client's alert that it does not trust the
 // certificate (unknown issuer, or a bad certificate). Empties the thread's error queue.
@@ -34,14 +31,9 @@ struct SslFree {
 }  // namespace
 
 LocalHttpsServer::LocalHttpsServer(const TestCertificate& certificate) {
-  SSL_CTX* context = SSL_CTX_new(TLS_server_method());
-  if (context == nullptr) {
-    throw std::runtime_error("SSL_CTX_new");
-  }
-  m_context = context;
-  if (SSL_CTX_use_certificate(context, certificate.x509.get()) != 1 ||
-      SSL_CTX_use_PrivateKey(context, certificate.key.get()) != 1) {
-    SSL_CTX_free(context);
+  m_context.reset(SSL_CTX_new(TLS_server_method()));
+  if (!m_context || SSL_CTX_use_certificate(m_context.get(), certificate.x509.get()) != 1 ||
+      SSL_CTX_use_PrivateKey(m_context.get(), certificate.key.get()) != 1) {
     throw std::runtime_error("server certificate");
   }
   m_listener.Reset(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -53,7 +45,6 @@ LocalHttpsServer::LocalHttpsServer(const TestCertificate& certificate) {
       ::bind(m_listener.Get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
       ::listen(m_listener.Get(), 8) != 0 ||
       ::getsockname(m_listener.Get(), reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-    SSL_CTX_free(context);
     throw std::runtime_error("listen on 127.0.0.1");
   }
   m_port = ntohs(address.sin_port);
@@ -65,7 +56,6 @@ LocalHttpsServer::~LocalHttpsServer() {
   // Wakes the blocked accept(), which then fails.
   ::shutdown(m_listener.Get(), SHUT_RDWR);
   m_thread.join();
-  SSL_CTX_free(Context(m_context));
 }
 
 void LocalHttpsServer::Serve() {
@@ -77,7 +67,7 @@ void LocalHttpsServer::Serve() {
       }
       continue;
     }
-    std::unique_ptr<SSL, SslFree> ssl(SSL_new(Context(m_context)));
+    std::unique_ptr<SSL, SslFree> ssl(SSL_new(m_context.get()));
     ERR_clear_error();
     if (!ssl || SSL_set_fd(ssl.get(), connection.Get()) != 1 || SSL_accept(ssl.get()) != 1) {
       // A client that refuses the certificate ends here.

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <openssl/ssl.h>
+
 #include <atomic>
 #include <cstddef>
+#include <memory>
 #include <thread>
 
 #include "qel/tools/unique_fd.h"
@@ -27,7 +30,7 @@ class LocalHttpsServer final {
  private:
   void Serve();
 
-  void* m_context = nullptr;  // SSL_CTX
+  std::unique_ptr<SSL_CTX, void (*)(SSL_CTX*)> m_context{nullptr, SSL_CTX_free};
   qel::tools::UniqueFd m_listener;
   int m_port = 0;
   std::atomic<bool> m_stopping{false};

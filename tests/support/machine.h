@@ -3,7 +3,6 @@
 #include <sys/types.h>
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -38,12 +37,10 @@ void MakeFile(const std::string& path, uint32_t uid = 0, uint32_t gid = 0);
 // A certutil-made database in `directory` (made if needed); the folder and its files belong to
 // uid:uid.
 void MakeNssDatabaseOf(const std::string& directory, uint32_t uid);
+// The nine places watched for new profiles in each of `homes`, in order (an empty home: the
+// working directory's).
+std::vector<std::string> WatchedPlaces(const std::vector<std::string>& homes);
 // Gives a path and everything below it to uid:gid, links themselves included.
 void ChangeOwner(const std::string& top, uid_t uid, gid_t gid);
-
-// Runs `work` in a forked child that has dropped to uid:gid (no supplementary groups) and gives
-// back the strings it returned; a failure of the child fails the calling test.
-std::vector<std::string> RunAs(uint32_t uid, uint32_t gid,
-                               const std::function<std::vector<std::string>()>& work);
 
 }  // namespace tti::test

@@ -82,4 +82,14 @@ std::vector<uint8_t> Bytes(const Range& range) {
   return std::vector<uint8_t>(std::begin(range), std::end(range));
 }
 
+// The same bytes in a container without a range constructor (the ABI's vector of a RawCert).
+template <typename Container, typename Range>
+Container BytesAs(const Range& range) {
+  Container bytes;
+  for (const auto byte : range) {
+    bytes.push_back(byte);
+  }
+  return bytes;
+}
+
 }  // namespace tti::test

@@ -6,18 +6,6 @@
 #include "qel/tcp_traffic_interceptor/class_ids.h"
 
 namespace cert_manager_test {
-namespace {
-
-qel::RawCert ToRaw(const Der& der) {
-  qel::RawCert raw;
-  for (const uint8_t byte : der) {
-    raw.push_back(byte);
-  }
-  return raw;
-}
-
-}  // namespace
-
 void CertManagerTest::SetUp() {
   ModuleTest::SetUp();
   services = host::HostServices::Create(tracer.get(), trustedFolder.path());
@@ -41,11 +29,11 @@ orv::intrusive_ptr<ICertificateManager> CertManagerTest::CreateManager() {
 }
 
 result_t CertManagerTest::Install(ICertificateManager* manager, const Der& certificate) {
-  return manager->Install(ToRaw(certificate));
+  return manager->Install(tti::test::BytesAs<qel::RawCert>(certificate));
 }
 
 result_t CertManagerTest::Uninstall(ICertificateManager* manager, const Der& certificate) {
-  return manager->Uninstall(ToRaw(certificate));
+  return manager->Uninstall(tti::test::BytesAs<qel::RawCert>(certificate));
 }
 
 result_t CertManagerTest::FindParents(ICertificateManager* manager, const Der& certificate,

@@ -1,6 +1,9 @@
+#include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "crypto/trusted_certificate_provider.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
 namespace cert_manager_test {
@@ -105,6 +108,120 @@ TEST_F(CertManagerTest, OnEvent_StorePaths_AddOnlyCreatedDatabasesReloadOnlyKnow
     EXPECT_EQ(LineCount(800, kOnEvent + " event.name: " + bundle + ", event.type: 6"), 1u);
     EXPECT_EQ(FindParents(manager.get(), root.Der(), parents), 0);
     EXPECT_EQ(parents, std::vector<Der>{root.Der()});
+  });
+}
+
+// The host's trusted certificates provider serves the PEM files of `trustedFolder`.
+TEST_F(CertManagerTest, FindParentCertificates_ProviderThenCache_ResultsAndOutput) {
+  RunInMountNamespace([&] {
+    BuildMachine(StoreLayout::kFedora, {{"alice", 1000, "/home/alice"}});
+    const TestCertificate root = tti::test::MakeRootCertificate("Lookup Root");
+    const TestCertificate leaf = tti::test::MakeServerCertificate(root, "leaf");
+    // Another root under the same name: only the provider has it.
+    const TestCertificate twin = tti::test::MakeRootCertificate("Lookup Root");
+    orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
+    ASSERT_TRUE(manager);
+    const auto provider = As<crypto::ITrustedCertificateProvider>(manager.get());
+
+    // Not DER: 0x80000046 and the output untouched, the provider not asked.
+    orv::types::vector_t<orv::types::vector_t<unsigned char>> output;
+    output.emplace_back().push_back(0x42);
+    const unsigned char junk[] = {0x01, 0x02};
+    EXPECT_EQ(provider->FindParentCertificates(nullptr, {junk, junk + 2}, output), 0x80000046);
+    EXPECT_EQ(provider->FindParentCertificates(nullptr, {}, output), 0x80000046);
+    ASSERT_EQ(output.size(), 1u);
+    EXPECT_EQ(services.trusted->lookups(), 0u);
+
+    // Nothing anywhere: 1, the output emptied.
+    const Der leafDer = leaf.Der();
+    const const_blob_range_t leafBlob{leafDer.data(), leafDer.data() + leafDer.size()};
+    EXPECT_EQ(provider->FindParentCertificates(nullptr, leafBlob, output), 1);
+    EXPECT_EQ(output.size(), 0u);
+    EXPECT_EQ(services.trusted->lookups(), 1u);
+    EXPECT_EQ(LineCount(800, "parent cert was not found"), 1u);
+    EXPECT_EQ(LineCount(800,
+                        "virtual result_t "
+                        "qel::tcp_traffic_interceptor::CertificateManager::"
+                        "FindParentCertificates(app_ctrl::IProcess*, const "
+                        "const_blob_range_t&, orv::types::vector_t<orv::types::vector_t<"
+                        "unsigned char> >&) const"),
+              3u);
+
+    // The provider's candidates (asked by the issuer's name) come first, the cache's after them;
+    // duplicates stay.
+    tti::test::WriteText(trustedFolder / "roots.pem", twin.Pem() + root.Pem());
+    services.trusted->Reload();
+    EXPECT_EQ(Install(manager.get(), root.Der()), 0);
+    std::vector<Der> parents;
+    EXPECT_EQ(FindParents(manager.get(), leafDer, parents), 0);
+    EXPECT_EQ(parents, (std::vector<Der>{twin.Der(), root.Der(), root.Der()}));
+
+    // A provider that cannot answer: a check line, and the cache still answers.
+    services.trusted->FailWith(0x8000004b);
+    tracer->Clear();
+    EXPECT_EQ(FindParents(manager.get(), leafDer, parents), 0);
+    EXPECT_EQ(parents, std::vector<Der>{root.Der()});
+    ASSERT_EQ(tracer->Texts(300).size(), 1u);
+    EXPECT_TRUE(tracer->Contains(
+        "result = 0x8000004b (Unspecified error) Cannot get product trusted certificates"));
+    EXPECT_TRUE(
+        tracer->Contains("try to find parent for subject: /O=tti tests/CN=leaf, issuer: "
+                         "/O=tti tests/CN=Lookup Root with hash "));
+  });
+}
+
+// Installs, removals, lookups and events from several threads at once: every call answers as it
+// would alone, and the stores end as the last operations left them.
+TEST_F(CertManagerTest, ParallelCalls_SerialiseAndLeaveStoresConsistent) {
+  RecordInotify();
+  RunInMountNamespace([&] {
+    BuildMachine(StoreLayout::kDebian, {{"alice", 1000, "/home/alice"}});
+    const TestCertificate moving = tti::test::MakeRootCertificate("Moving Root");
+    const TestCertificate steady = tti::test::MakeRootCertificate("Steady Root");
+    const TestCertificate leaf = tti::test::MakeServerCertificate(steady, "leaf");
+    orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
+    ASSERT_TRUE(manager);
+    ASSERT_EQ(Install(manager.get(), steady.Der()), 0);
+
+    constexpr int kRounds = 4;
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int installer = 0; installer < 2; ++installer) {
+      threads.emplace_back([&] {
+        for (int round = 0; round < kRounds; ++round) {
+          failures += Install(manager.get(), moving.Der()) != 0;
+          failures += Uninstall(manager.get(), moving.Der()) != 0;
+        }
+      });
+    }
+    threads.emplace_back([&] {
+      for (int round = 0; round < kRounds * 4; ++round) {
+        std::vector<Der> parents;
+        // The steady root is in the stores and the cache all along: reloads keep it.
+        failures += FindParents(manager.get(), leaf.Der(), parents) != 0;
+        failures += parents != std::vector<Der>{steady.Der()};
+      }
+    });
+    threads.emplace_back([&] {
+      for (int round = 0; round < kRounds; ++round) {
+        failures += inotify->Deliver("/etc/ssl/certs/ca-certificates.crt", 6) != 0;
+        failures += inotify->Deliver("/var/run/utmp", 6) != 0;
+      }
+    });
+    for (std::thread& thread : threads) {
+      thread.join();
+    }
+    EXPECT_EQ(failures.load(), 0);
+
+    ASSERT_EQ(Install(manager.get(), moving.Der()), 0);
+    for (const char* bundle : {"/usr/lib/ssl/cert.pem", "/etc/ssl/certs/ca-certificates.crt"}) {
+      const std::vector<Der> held = BundleCertificates(bundle);
+      EXPECT_EQ(CountOf(held, moving.Der()), 1u) << bundle;
+      EXPECT_EQ(CountOf(held, steady.Der()), 1u) << bundle;
+    }
+    std::vector<Der> parents;
+    EXPECT_EQ(FindParents(manager.get(), moving.Der(), parents), 0);
+    EXPECT_EQ(parents, std::vector<Der>{moving.Der()});
   });
 }
 

@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <locale>
 #include <string>
 #include <thread>
@@ -49,9 +48,8 @@ TEST(HandlerConcurrencyTest, AllOperationsAtOnce_CacheStaysWithinItsCapacity) {
   auto tracer = host::MakeObject<host::CapturingTracer>();
   tracer->RefuseLevel(800);
   host::HostServices services = host::HostServices::Create(tracer.get());
-  char directory[] = "/tmp/handler-race-XXXXXX";
-  ASSERT_NE(::mkdtemp(directory), nullptr);
-  services.events = host::MakeObject<host::EventPublisher>(std::string(directory) + "/events");
+  const tti::test::TempDir directory;
+  services.events = host::MakeObject<host::EventPublisher>(directory / "events");
   services.locator->Add<qel::INonRemoteEventPublisher>(services.events.get());
 
   orv::intrusive_ptr<ssl::IInvalidCertificateResolver> resolver;
@@ -91,9 +89,7 @@ TEST(HandlerConcurrencyTest, AllOperationsAtOnce_CacheStaysWithinItsCapacity) {
         ssl::InvalidCertificateSecureDesktopRequest request;
         request.clientPid = static_cast<uint32_t>(::getpid());
         request.domain = orv::types::string8_t(data.domain);
-        for (const unsigned char byte : serverDer) {
-          request.certificate.push_back(byte);
-        }
+        request.certificate = tti::test::BytesAs<decltype(request.certificate)>(serverDer);
         handler->Resolve(request, verdict);
 
         auto_excludes::AutoExcludeRequest exclude;
@@ -118,7 +114,6 @@ TEST(HandlerConcurrencyTest, AllOperationsAtOnce_CacheStaysWithinItsCapacity) {
     thread.join();
   }
   EXPECT_EQ(handler->CachedDomains(), 1024u);
-  std::filesystem::remove_all(directory);
   EXPECT_GE(services.events->published(), static_cast<uint64_t>(kThreads * kDomainsPerThread * 3));
 }
 

@@ -3,8 +3,6 @@
 #include <unistd.h>
 
 #include <clocale>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -13,34 +11,14 @@
 #include "support/namespace_sandbox.h"
 
 namespace tti_test {
-namespace {
-
-constexpr const char* kTemplateDirectory = "/opt/morvane/tolm/shared/loc/neutral/templates";
-constexpr const char* kTemplate =
-    "/opt/morvane/tolm/shared/loc/neutral/templates/invalid_certificate.html";
-
-}  // namespace
 
 void MountHandlerTemplate() {
   static bool mounted = false;
-  if (mounted) {
-    return;
-  }
-  tti::test::EnterPrivateMountNamespace();
-  const char* binaryDir = std::getenv("TTI_BINARY_DIR");
-  const bool staged =
-      binaryDir != nullptr &&
-      std::filesystem::exists(
-          std::string(binaryDir) +
-          "/opt/morvane/tolm/shared/loc/neutral/templates/invalid_certificate.html");
-  if (staged) {
+  if (!mounted) {
+    tti::test::EnterPrivateMountNamespace();
     tti::test::MountProductTree();
-  } else {
-    tti::test::MountTmpfs("/opt");
-    std::filesystem::create_directories(kTemplateDirectory);
-    tti::test::WriteTextFile(kTemplate, "<p>%TargetUrl% %CertificateSubject%</p>\n");
+    mounted = true;
   }
-  mounted = true;
 }
 
 void HandlerTest::SetUpTestSuite() {

@@ -23,9 +23,9 @@ namespace auto_excludes = ::traffic_processing::protocollers::ssl::auto_excludes
 
 constexpr uint32_t kHandlerClass = 0xb10fd857;
 
-// Puts the page template at its fixed path for this whole test process: the build's staged
-// product tree when it holds the template, else a tmpfs /opt with a small one. The process enters
-// its own mount namespace first (before any thread exists); nothing reaches the real /opt.
+// Puts the build's staged product tree (the page template among it) at its fixed path for this
+// whole test process. The process enters its own mount namespace first (before any thread
+// exists); nothing reaches the real /opt.
 void MountHandlerTemplate();
 
 // The real module's handler with the host's services: events go to a file through the host's

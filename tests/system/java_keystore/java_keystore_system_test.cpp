@@ -28,14 +28,6 @@ using tti::test::WriteTextFile;
 
 constexpr char kKeystore[] = "/etc/ssl/certs/java/cacerts";
 
-qel::RawCert ToRaw(const stores::RawCert& der) {
-  qel::RawCert raw;
-  for (const uint8_t byte : der) {
-    raw.push_back(byte);
-  }
-  return raw;
-}
-
 bool KeystoreHolds(const stores::RawCert& der) {
   std::vector<stores::RawCert> held;
   stores::JavaKeystoreStorage().ReadCertificates(kKeystore, held);
@@ -82,7 +74,7 @@ TEST_F(JavaKeystoreSystemTest, JavaClient_TrustsTheServerOnlyWhileInstalled) {
     EXPECT_EQ(fetched.exitCode, 2) << fetched.output;
     EXPECT_FALSE(KeytoolLists("Java Test Root"));
 
-    ASSERT_EQ(manager->Install(ToRaw(root.Der())), 0);
+    ASSERT_EQ(manager->Install(tti::test::BytesAs<qel::RawCert>(root.Der())), 0);
     fetched = fetch();
     EXPECT_EQ(fetched.exitCode, 0) << fetched.output;
     EXPECT_EQ(fetched.output, "ok\n");
@@ -93,7 +85,7 @@ TEST_F(JavaKeystoreSystemTest, JavaClient_TrustsTheServerOnlyWhileInstalled) {
     ASSERT_EQ(::rename((std::string(kKeystore) + ".new").c_str(), kKeystore), 0);
     EXPECT_TRUE(tti::test::Eventually([&] { return KeystoreHolds(root.Der()); }));
 
-    ASSERT_EQ(manager->Uninstall(ToRaw(root.Der())), 0);
+    ASSERT_EQ(manager->Uninstall(tti::test::BytesAs<qel::RawCert>(root.Der())), 0);
     fetched = fetch();
     EXPECT_EQ(fetched.exitCode, 2) << fetched.output;
     EXPECT_FALSE(KeytoolLists("Java Test Root"));
@@ -117,7 +109,7 @@ TEST_P(BadKeystoreTest, Install_LeavesItUntouched_WarnsAndDoesTheOtherStores) {
     const tti::test::TestCertificate root = tti::test::MakeRootCertificate("Bad Keystore Root");
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
     ASSERT_TRUE(manager);
-    ASSERT_EQ(manager->Install(ToRaw(root.Der())), 0);
+    ASSERT_EQ(manager->Install(tti::test::BytesAs<qel::RawCert>(root.Der())), 0);
 
     EXPECT_EQ(ReadTextFile(kKeystore), bad);
     bool warned = false;

@@ -48,9 +48,16 @@ void BuildMachine() {
   ASSERT_EQ(::chdir("/home/cwd"), 0);
 }
 
-TEST(Nss3Storages, Machine_EveryUsersStoresOnceAndTheSystemDatabase) {
+TEST(Nss3Storages, Machine_EveryUsersStoresOnceTheSystemDatabaseAndTheWatchedPlaces) {
+  // The disk is not looked at for one home: this one exists nowhere.
+  EXPECT_EQ(GetWatchDirectories("/nowhere/x"), WatchedPlaces({"/nowhere/x"}));
+  EXPECT_EQ(GetWatchDirectories("/nowhere/x/"), WatchedPlaces({"/nowhere/x"}));
   RunInMountNamespace([] {
     BuildMachine();
+    // By name, then home: daemon is no user; bob and carol give their shared home twice.
+    EXPECT_EQ(GetWatchDirectories(), WatchedPlaces({"/home/alice", "/home/shared", "/home/shared",
+                                                    "", "/home/root", "/home/svc"}));
+
     MakeDirectory("/etc/pki/nssdb");  // empty: reported all the same
     const std::vector<Nss3Storage> expected = {
         {"./.pki/nssdb/cert9.db", 1004, 1004},
@@ -104,34 +111,6 @@ TEST(Nss3Storages, SystemDatabase_ADirectoryOrALinkToOne) {
       EXPECT_EQ(GetNss3Storages(), c.reported ? system : std::vector<Nss3Storage>{}) << c.name;
     });
   }
-}
-
-TEST(WatchDirectories, NinePlacesPerHomeInAccountOrder_DuplicatesKept) {
-  const std::vector<std::string> names = {
-      ".mozilla",        ".pki",         "snap",    "Snap", ".snap", ".local/share/pki",
-      ".config/mozilla", ".thunderbird", ".var/app"};
-  const auto forHome = [&](const std::string& home) {
-    std::vector<std::string> directories;
-    for (const std::string& name : names) {
-      directories.push_back(home.empty() ? name : home + "/" + name);
-    }
-    return directories;
-  };
-  // The disk is not looked at: this home exists nowhere.
-  EXPECT_EQ(GetWatchDirectories("/nowhere/x"), forHome("/nowhere/x"));
-  EXPECT_EQ(GetWatchDirectories("/nowhere/x/"), forHome("/nowhere/x"));
-
-  RunInMountNamespace([&] {
-    BuildMachine();
-    // By name, then home: daemon is no user; bob and carol give their shared home twice.
-    std::vector<std::string> expected;
-    for (const char* home :
-         {"/home/alice", "/home/shared", "/home/shared", "", "/home/root", "/home/svc"}) {
-      const auto directories = forHome(home);
-      expected.insert(expected.end(), directories.begin(), directories.end());
-    }
-    EXPECT_EQ(GetWatchDirectories(), expected);
-  });
 }
 
 }  // namespace

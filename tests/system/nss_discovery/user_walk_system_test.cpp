@@ -2,6 +2,7 @@
 // the places profiles live, hostile entries, unreadable directories, a tree thousands of levels
 // deep, and MakeNss3Storage on each kind of file.
 #include <fcntl.h>
+#include <grp.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -47,9 +48,9 @@ std::vector<std::string> Paths(const std::vector<Nss3Storage>& stores) {
 }
 
 // Makes the directories of `path` and a plain file at its end: enough for a store to be found.
-void MakeFileIn(const std::string& path, uint32_t uid = kAlice) {
+void MakeFileIn(const std::string& path, uint32_t uid = kAlice, uint32_t gid = kAlice) {
   MakeDirectory(path.substr(0, path.rfind('/')));
-  MakeFile(path, uid, uid);
+  MakeFile(path, uid, gid);
 }
 
 TEST(UserNss3Storages, ProfilePlaces_OnlyBelowThePlacesAndDirectlyInTheHome) {
@@ -59,12 +60,9 @@ TEST(UserNss3Storages, ProfilePlaces_OnlyBelowThePlacesAndDirectlyInTheHome) {
     MakeDirectory(home, kAlice);
     MakeNssDatabaseOf(home + "/.mozilla/firefox/abcd.default-release", kAlice);
     MakeNssDatabaseOf(home + "/.pki/nssdb", kAlice);
-    MakeDirectory(home + "/snap/chromium/2497/.pki/nssdb");
-    MakeFile(home + "/snap/chromium/2497/.pki/nssdb/cert9.db", kAlice, 50);
-    MakeDirectory(home + "/Snap/a");
-    MakeFile(home + "/Snap/a/cert9.db", 1234, 77);
-    MakeDirectory(home + "/.snap/b/c/d/e/f");
-    MakeFile(home + "/.snap/b/c/d/e/f/cert9.db", kAlice, kAlice);
+    MakeFileIn(home + "/snap/chromium/2497/.pki/nssdb/cert9.db", kAlice, 50);
+    MakeFileIn(home + "/Snap/a/cert9.db", 1234, 77);
+    MakeFileIn(home + "/.snap/b/c/d/e/f/cert9.db");
     MakeFile(home + "/cert9.db", kAlice, kAlice);
     // Where today's browsers, mail clients and Flatpak apps make a fresh user's database.
     const std::vector<std::string> newer = {
@@ -85,12 +83,10 @@ TEST(UserNss3Storages, ProfilePlaces_OnlyBelowThePlacesAndDirectlyInTheHome) {
     MakeFileIn(home + "/.local/cert9.db");
     MakeFileIn(home + "/.local/share/cert9.db");
     MakeFileIn(home + "/.local/share/pkix/nssdb/cert9.db");
-    MakeDirectory(home + "/Documents");
-    MakeFile(home + "/Documents/cert9.db");
+    MakeFileIn(home + "/Documents/cert9.db");
     MakeFile(home + "/.pki/Cert9.db");
     MakeFile(home + "/.pki/cert9.db.bak");
-    MakeDirectory(home + "/.pkix/nssdb");
-    MakeFile(home + "/.pkix/nssdb/cert9.db");
+    MakeFileIn(home + "/.pkix/nssdb/cert9.db");
 
     const std::vector<Nss3Storage> expected = {
         {newer[0], kAlice, kAlice},
@@ -110,8 +106,7 @@ TEST(UserNss3Storages, ProfilePlaces_OnlyBelowThePlacesAndDirectlyInTheHome) {
     EXPECT_EQ(GetUserNss3Storages(Alice(home + "/")), expected);
 
     // Homes that give nothing: no profile places, empty, missing, a plain file.
-    MakeDirectory("/home/plain/Downloads");
-    MakeFile("/home/plain/Downloads/cert9.db");
+    MakeFileIn("/home/plain/Downloads/cert9.db");
     MakeDirectory("/home/empty");
     MakeFile("/home/file");
     for (const char* nothing : {"/home/plain", "/home/empty", "/home/missing", "/home/file"}) {
@@ -183,8 +178,7 @@ TEST(UserNss3Storages, HostileEntries_NoLinkFollowedNothingOpened) {
     MakeFile(home + "/Snap/dir/cert9.db/cert9.db", kAlice, kAlice);
     // Names with newlines and other bytes a shell would trip over.
     const std::string odd = home + "/Snap/new\nline/ -x \t*\n";
-    MakeDirectory(odd + "/\xff\xfe");
-    MakeFile(odd + "/\xff\xfe/cert9.db", kAlice, kAlice);
+    MakeFileIn(odd + "/\xff\xfe/cert9.db");
     MakeFile(home + "/Snap/cert9.db\n", kAlice, kAlice);
 
     const size_t descriptors = OpenDescriptorCount();
@@ -228,9 +222,13 @@ TEST(UserNss3Storages, UnreadableDirectories_PassedOverAsAnOrdinaryUser) {
       }
       return paths;
     };
-    EXPECT_EQ(RunAs(kAlice, kAlice, walk), (std::vector<std::string>{open, homeDb}));
-    // Root reads them all: the difference above is the permissions, not the tree.
+    // Root reads them all: the difference below is the permissions, not the tree.
     EXPECT_EQ(walk().size(), 6u);
+    // This sandboxed child is ours alone and single-threaded: it can become alice for good.
+    ASSERT_EQ(::setgroups(0, nullptr), 0);
+    ASSERT_EQ(::setresgid(kAlice, kAlice, kAlice), 0);
+    ASSERT_EQ(::setresuid(kAlice, kAlice, kAlice), 0);
+    EXPECT_EQ(walk(), (std::vector<std::string>{open, homeDb}));
   });
 }
 
@@ -301,8 +299,7 @@ TEST(MakeNss3Storage, OnlyARegularFileNamedExactlyCert9) {
     MakeDirectory("/home/t/fifo");
     MakeFifo("/home/t/fifo/cert9.db");
     MakeDirectory("/home/t/link");
-    MakeDirectory("/home/t/real");
-    MakeFile("/home/t/real/cert9.db", 7, 8);
+    MakeFileIn("/home/t/real/cert9.db", 7, 8);
     std::filesystem::create_symlink("/home/t/real/cert9.db", "/home/t/link/cert9.db");
     MakeFile("/home/t/Cert9.db");
     MakeFile("/home/t/key4.db");

@@ -1,6 +1,7 @@
 // Nss3Storage on real NSS databases made with certutil: the read-only listing, and when and how
 // the cert-manager helper is started at its fixed path (a recording script in its place, in a
 // private mount namespace). The helper's own work is proven by its tests and through the module.
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,7 +14,7 @@
 
 #include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/nss/nss3_storage.h"
-#include "database_lock.h"
+#include "qel/tools/unique_fd.h"
 #include "support/cert_factory.h"
 #include "support/namespace_sandbox.h"
 #include "support/nss_test_db.h"
@@ -74,6 +75,21 @@ std::vector<std::vector<std::string>> RecordedStarts() {
   return starts;
 }
 
+// A write lock over the whole of a file, as a writer of an SQLite database holds it. An open file
+// description lock conflicts with the record locks SQLite takes even inside this process.
+class DatabaseLock final {
+ public:
+  explicit DatabaseLock(const std::string& path) : m_fd(::open(path.c_str(), O_RDWR | O_CLOEXEC)) {
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;  // l_start 0, l_len 0: the whole file and beyond its end
+    EXPECT_EQ(::fcntl(m_fd.Get(), F_OFD_SETLK, &lock), 0) << path;
+  }
+
+ private:
+  qel::tools::UniqueFd m_fd;  // closing it releases the lock
+};
+
 class NssStorageTest : public ::testing::Test {
  protected:
   Nss3Storage StoreIn(const std::string& directory) const {
@@ -122,7 +138,7 @@ TEST_F(NssStorageTest, GetCertificates_DatabaseNotReadable_Unspecified) {
   EXPECT_EQ(StoreIn(damaged).GetCertificates(listed), orv::errors::kUnspecified);
   EXPECT_EQ(StoreIn(missing).GetCertificates(listed), orv::errors::kUnspecified);
   {
-    const tti::test::DatabaseLock lock(locked + "/cert9.db");
+    const DatabaseLock lock(locked + "/cert9.db");
     EXPECT_EQ(StoreIn(locked).GetCertificates(listed), orv::errors::kUnspecified);
   }
   // The lock gone, the same database reads again: nothing of the failure stayed in NSS.
@@ -180,7 +196,7 @@ TEST_F(NssStorageTest, HelperStarts_OnlyForWhatIsNewOrUnknown) {
 
     std::filesystem::remove_all(kStarts);
     {
-      const tti::test::DatabaseLock lock(locked + "/cert9.db");
+      const DatabaseLock lock(locked + "/cert9.db");
       certificates = {m_cert};
       EXPECT_EQ(StoreIn(locked).AddCertificatesToStore(certificates), 0);
     }

@@ -19,6 +19,7 @@
 #include "host/stderr_tracer.h"
 #include "invalid_certificate_handler.h"
 #include "qel/tools/localization.h"
+#include "ratio_reporter.h"
 #include "support/cert_factory.h"
 #include "support/namespace_sandbox.h"
 
@@ -105,17 +106,6 @@ void BM_LocalizeTemplate(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_LocalizeTemplate);
-
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      m_times[run.benchmark_name()] = run.GetAdjustedCPUTime();
-    }
-  }
-  std::map<std::string, double> m_times;
-};
 
 }  // namespace
 

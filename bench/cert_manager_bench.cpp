@@ -30,6 +30,7 @@
 #include "host/stderr_tracer.h"
 #include "qel/tcp_traffic_interceptor/certificate_manager.h"
 #include "qel/tcp_traffic_interceptor/class_ids.h"
+#include "ratio_reporter.h"
 #include "sandbox/machine.h"
 #include "support/cert_factory.h"
 #include "support/namespace_sandbox.h"
@@ -177,18 +178,6 @@ void BM_OpenSslGet1IssuerFromDer(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_OpenSslGet1IssuerFromDer);
-
-// Keeps the CPU time of each case for the ratios (steadier than wall time on a shared machine).
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      m_times[run.benchmark_name()] = run.GetAdjustedCPUTime();
-    }
-  }
-  std::map<std::string, double> m_times;
-};
 
 // The machine, the module and a manager that installed a root into every store; a bundle change
 // delivered as an event must reach the lookup before anything is timed.

@@ -23,6 +23,7 @@
 #include "host/host_services.h"
 #include "host/stderr_tracer.h"
 #include "invalid_certificate_handler.h"
+#include "ratio_reporter.h"
 #include "support/cert_factory.h"
 #include "support/namespace_sandbox.h"
 
@@ -121,17 +122,6 @@ void BM_OnInvalidCertificateDetectedNewChain(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_OnInvalidCertificateDetectedNewChain);
-
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      m_times[run.benchmark_name()] = run.GetAdjustedCPUTime();
-    }
-  }
-  std::map<std::string, double> m_times;
-};
 
 }  // namespace
 

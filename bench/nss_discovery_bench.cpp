@@ -20,6 +20,7 @@
 #include "cert_stores/nss/nss3_storage.h"
 #include "qel/tools/process_runner.h"
 #include "qel/tools/unique_fd.h"
+#include "ratio_reporter.h"
 #include "support/namespace_sandbox.h"
 
 namespace {
@@ -220,19 +221,6 @@ void BM_FindPrunedWalk(benchmark::State& state) {
 }
 BENCHMARK(BM_FindPrunedWalk)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// Keeps the mean real time of each case for the ratio.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      const std::string name = run.benchmark_name();
-      m_times[name.substr(0, name.find('/'))] = run.GetAdjustedRealTime();
-    }
-  }
-  std::map<std::string, double> m_times;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -256,7 +244,7 @@ int main(int argc, char** argv) {
     return 1;
   }
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  RatioReporter reporter(RatioReporter::Clock::kReal);
   benchmark::RunSpecifiedBenchmarks(&reporter);
   const double discovery = reporter.m_times["BM_GetNss3Storages"];
   const double find = reporter.m_times["BM_FindPrunedWalk"];

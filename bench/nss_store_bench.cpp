@@ -21,6 +21,7 @@
 #include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/nss/nss3_storage.h"
 #include "qel/tools/process_runner.h"
+#include "ratio_reporter.h"
 #include "support/cert_factory.h"
 #include "support/namespace_sandbox.h"
 #include "support/nss_test_db.h"
@@ -127,18 +128,6 @@ void BM_CertutilLoop(benchmark::State& state) {
 }
 BENCHMARK(BM_CertutilLoop)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      const std::string name = run.benchmark_name();
-      m_times[name.substr(0, name.find('/'))] = run.GetAdjustedRealTime();
-    }
-  }
-  std::map<std::string, double> m_times;
-};
-
 // The staged product tree lies beside bin/, where this program is.
 void SetBinaryDirectory() {
   if (std::getenv("TTI_BINARY_DIR") == nullptr) {
@@ -168,7 +157,7 @@ int main(int argc, char** argv) {
     return 1;
   }
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  RatioReporter reporter(RatioReporter::Clock::kReal);
   benchmark::RunSpecifiedBenchmarks(&reporter);
   const double helper = reporter.m_times["BM_AddThroughHelper"];
   const double certutil = reporter.m_times["BM_CertutilLoop"];

@@ -11,6 +11,7 @@
 
 #include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/openssl/openssl_storage.h"
+#include "ratio_reporter.h"
 #include "support/cert_factory.h"
 #include "support/clean_command.h"
 #include "support/namespace_sandbox.h"
@@ -63,20 +64,6 @@ void BM_UpdateTool(benchmark::State& state) {
 }
 BENCHMARK(BM_UpdateTool)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 
-// Keeps the mean real time of each case for the ratio.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      // Names carry suffixes such as "/real_time": the case is the part before the first '/'.
-      const std::string name = run.benchmark_name();
-      m_times[name.substr(0, name.find('/'))] = run.GetAdjustedRealTime();
-    }
-  }
-  std::map<std::string, double> m_times;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -90,7 +77,7 @@ int main(int argc, char** argv) {
     return 1;
   }
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  RatioReporter reporter(RatioReporter::Clock::kReal);
   benchmark::RunSpecifiedBenchmarks(&reporter);
   const double add = reporter.m_times["BM_AddCertificates"];
   const double tool = reporter.m_times["BM_UpdateTool"];

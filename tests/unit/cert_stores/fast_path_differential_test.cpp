@@ -3,6 +3,7 @@
 // mutated from both, and pages that tempt a one-pass writer into a different result.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -21,12 +22,14 @@ using Blob = std::vector<uint8_t>;
 // a long-form outer length that d2i_X509 takes and i2d_X509 does not give back.
 std::vector<Blob> Mutations(const Blob& der) {
   std::vector<Blob> blobs{der, Blob(der.begin(), der.end() - 1),
-                          Blob(der.begin(), der.begin() + 4)};
+                          Blob(der.begin(), der.begin() + std::min<size_t>(4, der.size()))};
   blobs.push_back(der);
   blobs.back().push_back(0);
   for (const size_t at : {size_t{1}, size_t{7}, der.size() / 3, der.size() / 2, der.size() - 3}) {
-    blobs.push_back(der);
-    blobs.back()[at] ^= 0x41;
+    if (at < der.size()) {
+      blobs.push_back(der);
+      blobs.back()[at] ^= 0x41;
+    }
   }
   if (der.size() > 4 && der[1] == 0x82) {
     Blob longForm{0x30, 0x83, 0x00};
@@ -63,7 +66,7 @@ TEST(FastPaths, TestChains_AgreeWithPlainOpenSsl) {
   const auto server = tti::test::MakeServerCertificate(intermediate, "");
   // An empty issuer, for which the RFC 2253 text cannot be made and the lookup keeps its throw.
   const tci::cert_stores::X509Ptr orphan(X509_dup(server.x509.get()));
-  X509_set_issuer_name(orphan.get(), X509_NAME_new());
+  X509_set_issuer_name(orphan.get(), tci::cert_stores::X509NamePtr(X509_NAME_new()).get());
   X509_sign(orphan.get(), root.key.get(), EVP_sha256());
   tci::cert_stores::RawCert orphanDer;
   ASSERT_EQ(0, tci::cert_stores::X509ToRaw(orphan.get(), orphanDer));

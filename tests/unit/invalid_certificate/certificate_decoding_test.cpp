@@ -12,6 +12,7 @@
 #include "host/host_object.h"
 #include "orv/exception.h"
 #include "support/cert_factory.h"
+#include "support/scratch.h"
 
 namespace {
 
@@ -26,11 +27,7 @@ constexpr int64_t kTicksPerSecond = 10000000;
 constexpr int64_t kUnixEpochTicks = 116444736000000000;
 
 qel::RawCert ToRaw(const std::vector<uint8_t>& der) {
-  qel::RawCert raw;
-  for (const uint8_t byte : der) {
-    raw.push_back(byte);
-  }
-  return raw;
+  return tti::test::BytesAs<qel::RawCert>(der);
 }
 
 engine::Der ToDer(const TestCertificate& certificate) {

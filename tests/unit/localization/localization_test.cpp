@@ -8,18 +8,13 @@
 
 #include "qel/enums/verification_result.h"
 #include "support/clean_command.h"
+#include "support/scratch.h"
 
 namespace {
 
 using ByteVector = orv::types::vector_t<unsigned char>;
 
-ByteVector Bytes(const std::string& text) {
-  ByteVector bytes;
-  for (const char byte : text) {
-    bytes.push_back(static_cast<unsigned char>(byte));
-  }
-  return bytes;
-}
+ByteVector Bytes(const std::string& text) { return tti::test::BytesAs<ByteVector>(text); }
 
 std::string Text(const ByteVector& bytes) {
   return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());

@@ -218,8 +218,6 @@ struct HelperEnd {
   result_t expected;
 };
 
-void PrintTo(const HelperEnd& end, std::ostream* stream) { *stream << end.name; }
-
 class HelperEndTest : public NssStorageTest, public ::testing::WithParamInterface<HelperEnd> {};
 
 TEST_P(HelperEndTest, AddAndDelete_ResultFromHowTheHelperEnded) {

@@ -80,7 +80,7 @@ void ThrowNested() {
   }
 }
 
-TEST(ReportCurrentException, Nested_WrittenOutermostFirstResultOfOutermost) {
+TEST(ReportCurrentException, Nested_WrittenOutermostFirstResultOfOutermost_NoneIs0x80000150) {
   auto tracer = host::MakeObject<host::CapturingTracer>();
   try {
     ThrowNested();
@@ -97,10 +97,8 @@ TEST(ReportCurrentException, Nested_WrittenOutermostFirstResultOfOutermost) {
     EXPECT_EQ(orv::ReportCurrentException(tracer.get(), nullptr), orv::MakeResult(0x80000046));
   }
   EXPECT_EQ(tracer->grants(), 1u);
-}
 
-TEST(ReportCurrentException, NoCurrentException_0x80000150) {
-  auto tracer = host::MakeObject<host::CapturingTracer>();
+  // No exception being handled: 0x80000150, and no record left open.
   EXPECT_EQ(orv::ReportCurrentException(tracer.get(), nullptr), orv::MakeResult(0x80000150));
   EXPECT_EQ(orv::ReportCurrentException(nullptr, "P"), orv::MakeResult(0x80000150));
   EXPECT_EQ(tracer->openRecords(), 0u);

@@ -34,16 +34,14 @@ class ReportCurrentExceptionTest : public testing::TestWithParam<ClassifyRow> {
   }
 };
 
-TEST_P(ReportCurrentExceptionTest, Report_ClassifiesAndWritesText) {
+TEST_P(ReportCurrentExceptionTest, Report_ClassifiesAndWritesText_SameResultWithoutTracer) {
   auto tracer = host::MakeObject<host::CapturingTracer>();
   EXPECT_EQ(static_cast<uint32_t>(Report(tracer.get())), GetParam().result);
   const auto lines = tracer->Lines();
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].level, 300u);
   EXPECT_EQ(lines[0].text, std::string("P ") + GetParam().text);
-}
-
-TEST_P(ReportCurrentExceptionTest, Report_NoTracer_SameResult) {
+  // Without a tracer: the same result.
   EXPECT_EQ(static_cast<uint32_t>(Report(nullptr)), GetParam().result);
 }
 

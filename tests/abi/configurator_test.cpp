@@ -132,7 +132,7 @@ TEST_F(ConfiguratorTest, Excludes_AutoTrafmonAndUser) {
   EXPECT_TRUE(services.autoExcludes->Excludes().empty());
 }
 
-TEST_F(ConfiguratorTest, Trusted_WrittenEveryTimeAndFlagReadFromLastEntry) {
+TEST_F(ConfiguratorTest, Trusted_WrittenEveryTimeFlagReadFromLastEntry_EmptyListReadsTrue) {
   qel::settings::TrustedAddresses addresses;
   addresses.addresses.push_back(orv::types::string16_t(u"  https://intranet.example/ \t"));
   addresses.addresses.push_back(orv::types::string16_t(u"   "));
@@ -154,13 +154,10 @@ TEST_F(ConfiguratorTest, Trusted_WrittenEveryTimeAndFlagReadFromLastEntry) {
   EXPECT_TRUE(read.UseTrustedAddresses);  // from the last entry, not from useTrustedUrls
   EXPECT_EQ(Texts(read.addresses),
             (std::vector<std::u16string>{u"https://intranet.example/", u""}));
-}
 
-TEST_F(ConfiguratorTest, Trusted_EmptyListReadsBackTrue) {
-  qel::settings::TrustedAddresses addresses;
-  addresses.UseTrustedAddresses = false;
+  // An empty list reads back as on, and empties the caller's list.
+  addresses.addresses.clear();
   ASSERT_EQ(configurator->SetTrustedAddresses(addresses), 0);
-  qel::settings::TrustedAddresses read;
   read.UseTrustedAddresses = false;
   read.addresses.push_back(orv::types::string16_t(u"old"));
   ASSERT_EQ(configurator->GetTrustedAddresses(read), 0);

@@ -59,6 +59,12 @@ TEST_F(ConstructionFailureTest, CreateInstance_FailingAllocatorIsOutOfMemory) {
   ASSERT_EQ(errors.size(), 1u);
   EXPECT_EQ(errors[0].rfind(kPrefix, 0), 0u) << errors[0];
   EXPECT_NE(errors[0].find("std::bad_alloc"), std::string::npos) << errors[0];
+
+  // Without a tracer service the code still comes back.
+  services.locator->Remove(orv::ITracer::kIid);
+  services.allocator->FailAll(true);
+  EXPECT_EQ(CreateWith(services.locator.get(), &object), orv::MakeResult(0x80000041));
+  services.allocator->FailAll(false);
 }
 
 // The constructor asks for the allocator a second time and throws itself when that fails.
@@ -76,23 +82,13 @@ TEST_F(ConstructionFailureTest, CreateInstance_ConstructorThrowIsReportedAndUndo
                            "orv.serviceKey=0x00000000\norv.result=0x8000004c\nCall stack:\n"),
             std::string::npos)
       << errors[0];
-}
 
-TEST_F(ConstructionFailureTest, CreateInstance_RefusingTracerStillGivesTheCode) {
+  // A tracer refusing the level still gives the code, and nothing is written.
+  tracer->Clear();
   tracer->RefuseLevel(300);
-  auto locator =
-      host::MakeObject<RefusingLocator>(services.locator.get(), orv::IAllocator::kIid, 2);
-  void* object = nullptr;
+  locator = host::MakeObject<RefusingLocator>(services.locator.get(), orv::IAllocator::kIid, 2);
   EXPECT_EQ(CreateWith(locator.get(), &object), orv::MakeResult(0x8000004c));
   EXPECT_TRUE(tracer->Lines().empty());
-}
-
-TEST_F(ConstructionFailureTest, CreateInstance_WithoutTracerServiceStillGivesTheCode) {
-  services.locator->Remove(orv::ITracer::kIid);
-  services.allocator->FailAll(true);
-  void* object = nullptr;
-  EXPECT_EQ(CreateWith(services.locator.get(), &object), orv::MakeResult(0x80000041));
-  services.allocator->FailAll(false);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ constexpr uint32_t kRegistry = 0xdaa3b669;
 
 class FactoryTest : public ModuleTest {};
 
-TEST_F(FactoryTest, GetObjectFactory_KnownClassGivesANewFactoryEachTime) {
+TEST_F(FactoryTest, GetObjectFactory_KnownClassGivesANewFactoryEachTime_AnsweringOnlyForItself) {
   orv::intrusive_ptr<orv::IObjectFactory> first = Factory(kRegistry);
   orv::intrusive_ptr<orv::IObjectFactory> second = Factory(kRegistry);
   EXPECT_NE(first.get(), second.get());
@@ -26,6 +26,19 @@ TEST_F(FactoryTest, GetObjectFactory_KnownClassGivesANewFactoryEachTime) {
   EXPECT_EQ(module().CanUnloadModule(), 0);
   // The locator is not touched while a factory is made.
   EXPECT_EQ(services.locator->Requests(orv::IAllocator::kIid), 0u);
+
+  // The factory answers for itself only.
+  orv::intrusive_ptr<orv::IObjectFactory> factory = Factory(kRegistry);
+  for (uint32_t iid : {0u, orv::IObjectFactory::kIid}) {
+    void* object = nullptr;
+    ASSERT_EQ(factory->QueryInterface(iid, &object), 0);
+    EXPECT_EQ(object, factory.get());
+    EXPECT_EQ(factory->Release(), 1u);  // the query added exactly one reference
+  }
+  void* object = reinterpret_cast<void*>(0x1);
+  EXPECT_EQ(factory->QueryInterface(orv::IStructMetaInfoRegistry::kIid, &object),
+            orv::MakeResult(0x80000001));
+  EXPECT_EQ(object, nullptr);
 }
 
 // Classes whose code is not in the module yet are unknown, never stubs.
@@ -41,20 +54,6 @@ TEST_P(UnknownClassTest, GetObjectFactory_UnknownClassIsNotImplemented) {
 
 INSTANTIATE_TEST_SUITE_P(Ids, UnknownClassTest,
                          ::testing::Values(0u, 1u, 0xbad1bad0u, 0xffffffffu));
-
-TEST_F(FactoryTest, QueryInterface_FactoryAnswersOnlyForItself) {
-  orv::intrusive_ptr<orv::IObjectFactory> factory = Factory(kRegistry);
-  for (uint32_t iid : {0u, orv::IObjectFactory::kIid}) {
-    void* object = nullptr;
-    ASSERT_EQ(factory->QueryInterface(iid, &object), 0);
-    EXPECT_EQ(object, factory.get());
-    EXPECT_EQ(factory->Release(), 1u);  // the query added exactly one reference
-  }
-  void* object = reinterpret_cast<void*>(0x1);
-  EXPECT_EQ(factory->QueryInterface(orv::IStructMetaInfoRegistry::kIid, &object),
-            orv::MakeResult(0x80000001));
-  EXPECT_EQ(object, nullptr);
-}
 
 TEST_F(FactoryTest, ReservedClassEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");

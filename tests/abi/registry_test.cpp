@@ -118,11 +118,7 @@ TEST_F(RegistryTest, GetTypeIds_GrowsThroughTheVectorsOwnAllocator_OutOfMemoryIs
   EXPECT_EQ(ids.capacity(), 1u);
   EXPECT_EQ(services.allocator->allocations(), before + 1);
 
-  orv::types::vector_t<uint32_t> full;
-  full.reserve(4);
-  for (uint32_t i = 0; i < 4; ++i) {
-    full.push_back(i);
-  }
+  orv::types::vector_t<uint32_t> full({0, 1, 2, 3});
   ASSERT_EQ(full.capacity(), 4u);
   ASSERT_EQ(registry->GetTypeIds(full), 0);
   EXPECT_EQ(full.size(), 5u);

@@ -1,5 +1,7 @@
 #include "support/clean_command.h"
 
+#include <cstdlib>
+
 #include "qel/tools/process_runner.h"
 #include "support/scratch.h"
 
@@ -46,6 +48,12 @@ CommandResult RunCommand(const std::vector<std::string>& argv,
 CommandResult RunClean(const std::vector<std::string>& argv) {
   const TempDir home;
   return RunCommand(argv, {"HOME=" + home.path()});
+}
+
+CommandResult RunModuleHost(std::vector<std::string> arguments) {
+  const std::string binaryDir = std::getenv("TTI_BINARY_DIR");
+  arguments.insert(arguments.begin(), binaryDir + "/bin/module-host");
+  return RunCommand(arguments, {"TTI_BINARY_DIR=" + binaryDir});
 }
 
 }  // namespace tti::test

@@ -21,4 +21,7 @@ CommandResult RunCommand(const std::vector<std::string>& argv,
 // SSL_CERT_FILE or CURL_CA_BUNDLE would make clients bypass the system store.
 CommandResult RunClean(const std::vector<std::string>& argv);
 
+// Runs the build's module-host (under $TTI_BINARY_DIR) with `arguments`.
+CommandResult RunModuleHost(std::vector<std::string> arguments);
+
 }  // namespace tti::test

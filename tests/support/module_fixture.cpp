@@ -1,7 +1,5 @@
 #include "support/module_fixture.h"
 
-#include <unistd.h>
-
 #include <climits>
 #include <cstdlib>
 

@@ -2,7 +2,6 @@
 
 #include <map>
 #include <string>
-#include <vector>
 
 #include "support/cert_factory.h"
 #include "support/scratch.h"

@@ -97,6 +97,13 @@ TEST(Accounts, LoggedAndLocal_MergedWithRoles) {
   });
 }
 
+// Root only without a membership: a membership takes root's administrator default away.
+TEST(Accounts, RootWithAMembership_OnlyThatRole) {
+  UserGroupInfo groups;
+  groups.users = {"root"};
+  EXPECT_EQ(GetUsersRole("root", 0, groups), kRoleUser);
+}
+
 TEST(Accounts, NoLoginRecordsOrGroups_LocalAccountsAsUsers) {
   EtcFiles etc = kMachine;
   etc.erase("group");

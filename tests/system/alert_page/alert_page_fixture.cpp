@@ -1,7 +1,6 @@
 #include "system/alert_page/alert_page_fixture.h"
 
 #include <sys/mount.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <regex>

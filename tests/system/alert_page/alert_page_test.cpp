@@ -155,14 +155,6 @@ TEST_F(AlertPageTest, Cache_KeptWithoutClientReplacedBySecondCaseSensitive) {
   EXPECT_EQ(replaced.find("first-subject.example"), std::string::npos);
 }
 
-TEST_F(AlertPageTest, UnnamedVerificationResultShowsTheUnknownErrorText) {
-  TestCertificate root = MakeRootCertificate("Unknown Root");
-  Detect("unknown.example", {&root}, 0x12345);
-  std::string page;
-  ASSERT_EQ(Page("unknown.example", kContinue, page, 0x12345), 0);
-  EXPECT_NE(page.find(CatalogText("SslResult_CertVerifyUnknownError")), std::string::npos);
-}
-
 // Names without a common name and the expiry as date text, from certificates reshaped here.
 
 // A self-signed certificate whose names hold only an organisation and whose notAfter is `notAfter`

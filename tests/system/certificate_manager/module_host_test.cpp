@@ -1,5 +1,5 @@
-#include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -12,11 +12,8 @@ namespace {
 
 using nlohmann::json;
 // `module-host` with `arguments` in this namespace: what it printed, as JSON.
-json RunModuleHost(std::vector<std::string> arguments) {
-  const std::string binaryDir = std::getenv("TTI_BINARY_DIR");
-  arguments.insert(arguments.begin(), binaryDir + "/bin/module-host");
-  const auto run = tti::test::RunCommand(arguments, {"TTI_BINARY_DIR=" + binaryDir});
-  return json::parse(run.output, nullptr, false);
+json Report(std::vector<std::string> arguments) {
+  return json::parse(tti::test::RunModuleHost(std::move(arguments)).output, nullptr, false);
 }
 
 std::vector<json> Rows(const json& report, const std::string& kind) {
@@ -40,7 +37,7 @@ TEST_F(CertManagerTest, ModuleHost_InstallFindParentUninstall_TableFollowsTheSto
     tti::test::WriteText("/root/root.pem", root.Pem());
     tti::test::WriteText("/root/leaf.pem", leaf.Pem());
 
-    const json installed = RunModuleHost({"install", "--json", "/root/root.pem"});
+    const json installed = Report({"install", "--json", "/root/root.pem"});
     ASSERT_TRUE(installed.is_object());
     EXPECT_EQ(installed.at("result"), "0x00000000");
     const std::vector<json> anchors = Rows(installed, "anchor");
@@ -60,11 +57,11 @@ TEST_F(CertManagerTest, ModuleHost_InstallFindParentUninstall_TableFollowsTheSto
     EXPECT_EQ(databases[0].at("holds"),
               CountOf(NssCertificates("/home/alice/.pki/nssdb"), root.Der()) == 1);
 
-    const json found = RunModuleHost({"find-parent", "/root/leaf.pem"});
+    const json found = Report({"find-parent", "/root/leaf.pem"});
     EXPECT_EQ(found.at("result"), "0x00000000");
     EXPECT_EQ(found.at("parents"), json::array({"/O=tti tests/CN=Host Root"}));
 
-    const json removed = RunModuleHost({"uninstall", "--json", "/root/root.pem"});
+    const json removed = Report({"uninstall", "--json", "/root/root.pem"});
     EXPECT_EQ(removed.at("result"), "0x00000000");
     EXPECT_TRUE(Rows(removed, "anchor").empty());
     EXPECT_TRUE(Rows(removed, "link").empty());
@@ -73,8 +70,8 @@ TEST_F(CertManagerTest, ModuleHost_InstallFindParentUninstall_TableFollowsTheSto
     }
     ASSERT_EQ(Rows(removed, "nss").size(), 1u);
     EXPECT_EQ(Rows(removed, "nss")[0].at("holds"), false);
-    EXPECT_EQ(RunModuleHost({"find-parent", "/root/leaf.pem"}).at("result"), "0x00000001");
-    EXPECT_EQ(RunModuleHost({"watch", "--seconds", "1"}).at("stopped by"), "time");
+    EXPECT_EQ(Report({"find-parent", "/root/leaf.pem"}).at("result"), "0x00000001");
+    EXPECT_EQ(Report({"watch", "--seconds", "1"}).at("stopped by"), "time");
   });
 }
 

@@ -53,24 +53,19 @@ TEST_P(ResolveTableTest, Resolve_VerdictAndEventsFollowActionOrTheCallersValue) 
   }
 }
 
+const std::vector<std::string> kAllowed = {"UntrustedCertificateDetected",
+                                           "UntrustedCertificateAllowed"};
+const std::vector<std::string> kBlocked = {"UntrustedCertificateDetected",
+                                           "UntrustedCertificateBlocked"};
+
 INSTANTIATE_TEST_SUITE_P(
     Table, ResolveTableTest,
-    ::testing::Values(
-        VerdictRow{
-            "Allow", 0, 7, 0, {"UntrustedCertificateDetected", "UntrustedCertificateAllowed"}},
-        VerdictRow{
-            "Block", 1, 0, 1, {"UntrustedCertificateDetected", "UntrustedCertificateBlocked"}},
-        VerdictRow{"OtherKeepsBlock",
-                   2,
-                   1,
-                   1,
-                   {"UntrustedCertificateDetected", "UntrustedCertificateBlocked"}},
-        VerdictRow{"OtherKeepsAllow",
-                   2,
-                   0,
-                   0,
-                   {"UntrustedCertificateDetected", "UntrustedCertificateAllowed"}},
-        VerdictRow{"OtherKeepsFive", 0xffffffff, 5, 5, {"UntrustedCertificateDetected"}}),
+    ::testing::Values(VerdictRow{"Allow", 0, 7, 0, kAllowed},
+                      VerdictRow{"Block", 1, 0, 1, kBlocked},
+                      VerdictRow{"OtherKeepsBlock", 2, 1, 1, kBlocked},
+                      VerdictRow{"OtherKeepsAllow", 2, 0, 0, kAllowed},
+                      VerdictRow{
+                          "OtherKeepsFive", 0xffffffff, 5, 5, {"UntrustedCertificateDetected"}}),
     [](const ::testing::TestParamInfo<VerdictRow>& info) { return std::string(info.param.name); });
 
 TEST_F(HandlerTest, Resolve_FailuresAfterTheVerdictLeaveItAndPublishNothing) {
@@ -148,7 +143,7 @@ TEST_F(HandlerTest, SecureDesktop_AlwaysAllowsWhateverTheSettings) {
   EXPECT_TRUE(tracer->Contains("(GetCertificate(request.certificate, cert)),"));
 }
 
-TEST_F(HandlerTest, Process_OffExcludesNothingAndAsksNobody) {
+TEST_F(HandlerTest, Process_OffExcludesNothingAndAsksNobody_OnExcludesWithoutAUser) {
   auto handler = CreateHandler();
   SetAction(handler.get(), 0, false);
   auto request = As<auto_excludes::IAutoExcludeRequest>(handler.get());
@@ -162,15 +157,11 @@ TEST_F(HandlerTest, Process_OffExcludesNothingAndAsksNobody) {
   EXPECT_TRUE(Events().empty());
   EXPECT_EQ(services.tasks->requests(), 0u);
   EXPECT_EQ(services.processes->found() + services.processes->missed(), lookups);
-}
-
-TEST_F(HandlerTest, Process_OnExcludesAndPublishesTheDomainWithoutAnUnknownUser) {
-  auto handler = CreateHandler();
-  auto request = As<auto_excludes::IAutoExcludeRequest>(handler.get());
-  auto_excludes::AutoExcludeRequest exclude;
+  // On: excluded and published, though no user is known for the process.
+  SetAction(handler.get(), 0, true);
   exclude.uniquePid = 0x7fffffffffffULL;  // no process the host has seen
   exclude.domain = orv::types::string16_t(u"b\u00fccher.example");
-  auto verdict = auto_excludes::AutoExcludeVerdict::NotExcluded;
+  verdict = auto_excludes::AutoExcludeVerdict::NotExcluded;
   ASSERT_EQ(request->Process(exclude, verdict), 0);
   EXPECT_EQ(verdict, auto_excludes::AutoExcludeVerdict::Excluded);
   const auto events = Events();

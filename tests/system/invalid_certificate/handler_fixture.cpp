@@ -1,10 +1,7 @@
 #include "handler_fixture.h"
 
-#include <unistd.h>
-
 #include <clocale>
 #include <fstream>
-#include <sstream>
 
 #include "host/event_publisher.h"
 #include "host/host_object.h"

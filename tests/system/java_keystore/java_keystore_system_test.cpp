@@ -1,7 +1,6 @@
 // The Java keystores through the real module (host services, real inotify) on a Debian-like machine
 // in a private mount namespace whose /etc/ssl/certs/java/cacerts is a copy of the machine's own.
 #include <stdio.h>
-#include <sys/stat.h>
 
 #include <functional>
 #include <string>

@@ -19,14 +19,14 @@ using nlohmann::json;
 
 // `arguments` split at blanks; `tree` empty: the build's staged product tree.
 tti::test::CommandResult RunModuleHost(const std::string& arguments, const std::string& tree = "") {
-  const std::string binaryDir = std::getenv("TTI_BINARY_DIR");
-  std::vector<std::string> argv = {binaryDir + "/bin/module-host", "--product-tree",
-                                   tree.empty() ? binaryDir + "/opt/morvane/tolm" : tree};
+  std::vector<std::string> argv = {
+      "--product-tree",
+      tree.empty() ? std::string(std::getenv("TTI_BINARY_DIR")) + "/opt/morvane/tolm" : tree};
   std::istringstream words(arguments);
   for (std::string word; words >> word;) {
     argv.push_back(word);
   }
-  return tti::test::RunCommand(argv, {"TTI_BINARY_DIR=" + binaryDir});
+  return tti::test::RunModuleHost(argv);
 }
 
 class ModuleHostResolveTest : public ::testing::Test {

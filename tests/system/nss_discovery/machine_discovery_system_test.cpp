@@ -1,10 +1,8 @@
 // Discovery over a whole sandboxed machine: the accounts of /etc/passwd and the login records,
 // their homes on a tmpfs /home, and the system database under a tmpfs /etc.
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>

@@ -103,7 +103,7 @@ class NssStorageTest : public ::testing::Test {
   Certificate m_otherCert{"Morvane_Shield_Personal_Root_Certificate_99887766", m_otherRoot.Der()};
 };
 
-TEST_F(NssStorageTest, GetCertificates_EmptyAndFilledDatabases) {
+TEST_F(NssStorageTest, GetCertificates_EmptyFilledOrNotReadable) {
   const std::string directory = m_scratch.MakeFolder("db");
   CreateNssDatabase(directory);
   std::vector<RawCert> listed;
@@ -125,15 +125,13 @@ TEST_F(NssStorageTest, GetCertificates_EmptyAndFilledDatabases) {
     EXPECT_EQ((Nss3Storage{kSystemNss3Path, 0, 0}.GetCertificates(system)), 0);
     EXPECT_EQ(system, std::vector<RawCert>{m_cert.raw});
   });
-}
 
-TEST_F(NssStorageTest, GetCertificates_DatabaseNotReadable_Unspecified) {
+  // Damaged, missing, locked or unreadable: unspecified.
   const std::string damaged = m_scratch.MakeFolder("damaged");
   WriteTextFile(damaged + "/cert9.db", std::string(4096, 'x'));
   const std::string locked = m_scratch.MakeFolder("locked");
   CreateNssDatabase(locked);
   const std::string missing = m_scratch.Path() + "/missing";
-  std::vector<RawCert> listed;
 
   EXPECT_EQ(StoreIn(damaged).GetCertificates(listed), orv::errors::kUnspecified);
   EXPECT_EQ(StoreIn(missing).GetCertificates(listed), orv::errors::kUnspecified);
@@ -219,8 +217,6 @@ struct HelperEnd {
   mode_t mode;
   result_t expected;
 };
-
-void PrintTo(const HelperEnd& end, std::ostream* stream) { *stream << end.name; }
 
 class HelperEndTest : public NssStorageTest, public ::testing::WithParamInterface<HelperEnd> {};
 

@@ -37,13 +37,10 @@ TEST(CertConversionsTest, BadInput_FailsWithUnspecified) {
             kFailed);
 }
 
-TEST(CertConversionsTest, GetHashText_PadsToEightLowercaseDigits) {
+TEST(CertConversionsTest, NamesAndHashText_PrefixAndEightLowercaseHexDigits) {
   EXPECT_EQ(GetHashText(0), "00000000");
   EXPECT_EQ(GetHashText(0xab), "000000ab");
   EXPECT_EQ(GetHashText(0xDEADBEEF), "deadbeef");
-}
-
-TEST(CertConversionsTest, GenerateCertificateName_PrefixAndEightHexDigits) {
   const std::regex shape("Morvane_Shield_Personal_Root_Certificate_[0-9a-f]{8}");
   const std::string first = GenerateCertificateName();
   EXPECT_TRUE(std::regex_match(first, shape)) << first;

@@ -36,7 +36,7 @@ class StorageStepsTest : public ::testing::Test {
 
 // The text and the rollback of a new anchor are checked through the real store; its mode and the
 // second add, which must leave nothing to roll back, only here.
-TEST_F(StorageStepsTest, AddToSource_WritesOnceAndKeepsTheEarlierName) {
+TEST_F(StorageStepsTest, AddToSource_WritesOnceKeepsTheEarlierNameRollsBackOnlyItsOwn) {
   std::vector<Certificate> present;
   {
     ScopeMultiGuard guard;
@@ -56,23 +56,17 @@ TEST_F(StorageStepsTest, AddToSource_WritesOnceAndKeepsTheEarlierName) {
   EXPECT_EQ(again[0].name, m_cert.name);
   EXPECT_EQ(guard.Size(), 0u);
   EXPECT_EQ(m_storage.FindProductFiles(m_dir).size(), 1u);
-}
 
-TEST_F(StorageStepsTest, AddToSource_Rollback_RemovesOnlyThisCallsFiles) {
+  // Rolled back, a call removes only the files it wrote.
   const auto other = tti::test::MakeRootCertificate("other root");
+  const std::string otherName = "Morvane_Shield_Personal_Root_Certificate_00000002";
   {
-    ScopeMultiGuard guard;
-    m_storage.AddToSource({m_cert}, m_dir, guard);
-    guard.Release();
+    ScopeMultiGuard rolledBack;
+    EXPECT_EQ(m_storage.AddToSource({m_cert, {otherName, other.Der()}}, m_dir, rolledBack).size(),
+              2u);
   }
-  {
-    ScopeMultiGuard guard;
-    const auto present = m_storage.AddToSource(
-        {m_cert, {"Morvane_Shield_Personal_Root_Certificate_00000002", other.Der()}}, m_dir, guard);
-    EXPECT_EQ(present.size(), 2u);
-  }
-  EXPECT_TRUE(Exists(m_dir + "/" + AnchorFileName(m_cert.name)));
-  EXPECT_FALSE(Exists(m_dir + "/Morvane_Shield_Personal_Root_Certificate_00000002.crt"));
+  EXPECT_TRUE(Exists(anchor));
+  EXPECT_FALSE(Exists(m_dir + "/" + AnchorFileName(otherName)));
 }
 
 TEST_F(StorageStepsTest, FindProductFiles_KeepsRegularProductFilesOnly) {

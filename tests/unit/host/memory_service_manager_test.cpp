@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <ostream>
 #include <string>
 
 #include "host/host_object.h"
@@ -58,7 +57,6 @@ struct RefusalCase {
   uint32_t revision;  // asked to update at; a get must leave its out-value alone
   result_t expected;
 };
-void PrintTo(const RefusalCase& value, std::ostream* out) { *out << value.name; }
 
 class RefusalTest : public MemoryServiceManagerTest,
                     public ::testing::WithParamInterface<RefusalCase> {};

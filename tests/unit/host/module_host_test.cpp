@@ -1,12 +1,9 @@
 // module-host run as a child with the real module: its info report and its interception commands.
-#include <sys/wait.h>
-
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -14,44 +11,26 @@
 #include "host/module_loader.h"
 #include "orv/intrusive_ptr.h"
 #include "qel/tcp_traffic_interceptor/class_ids.h"
+#include "support/clean_command.h"
 #include "support/module_fixture.h"
 
 namespace {
 
 using nlohmann::json;
 
-// Runs `module-host arguments`; its standard output as JSON (discarded if not JSON), and its exit
-// code, which must be 0 unless the caller takes it.
-json RunModuleHost(const std::string& arguments, int* exitCode = nullptr) {
-  const char* binaryDir = std::getenv("TTI_BINARY_DIR");
-  EXPECT_NE(binaryDir, nullptr);
-  const std::string command =
-      "'" + std::string(binaryDir ? binaryDir : ".") + "/bin/module-host' " + arguments;
-  FILE* child = popen(command.c_str(), "re");
-  EXPECT_NE(child, nullptr);
-  std::string output;
-  char buffer[4096];
-  size_t got;
-  while (child && (got = fread(buffer, 1, sizeof(buffer), child)) > 0) {
-    output.append(buffer, got);
-  }
-  const int status = child ? pclose(child) : -1;
-  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  if (exitCode) {
-    *exitCode = code;
-    EXPECT_EQ(output, "");
-  } else {
-    EXPECT_EQ(code, 0) << output;
-  }
-  return json::parse(output, nullptr, false);
+// `module-host arguments` as JSON; its exit code must be 0.
+json Report(std::vector<std::string> arguments) {
+  const auto run = tti::test::RunModuleHost(std::move(arguments));
+  EXPECT_EQ(run.exitCode, 0) << run.output;
+  return json::parse(run.output, nullptr, false);
 }
 
 std::string Example(const char* name) {
-  return std::string("'") + TTI_SOURCE_DIR + "/src/host/module_host/examples/" + name + "'";
+  return std::string(TTI_SOURCE_DIR) + "/src/host/module_host/examples/" + name;
 }
 
 TEST(ModuleHostTest, InfoJson_RealModule_ReportsClassesDescriptorAndUnload) {
-  const json report = RunModuleHost("info --json");
+  const json report = Report({"info", "--json"});
 
   // Every class the host knows of is served by the module now.
   for (const json& answer : report.at("classes")) {
@@ -76,15 +55,16 @@ TEST(ModuleHostTest, InfoJson_RealModule_ReportsClassesDescriptorAndUnload) {
 }
 
 TEST(ModuleHostTest, MissingModuleOrFile_FailsWithoutOutput) {
-  int exitCode = 0;
-  RunModuleHost("--module /nonexistent/module.so info --json 2>/dev/null", &exitCode);
-  EXPECT_NE(exitCode, 0);
-  RunModuleHost("net-settings set 2>/dev/null", &exitCode);
-  EXPECT_NE(exitCode, 0);
+  for (const auto& run :
+       {tti::test::RunModuleHost({"--module", "/nonexistent/module.so", "info", "--json"}),
+        tti::test::RunModuleHost({"net-settings", "set"})}) {
+    EXPECT_NE(run.exitCode, 0);
+    EXPECT_EQ(run.output.find('{'), std::string::npos) << run.output;  // no report
+  }
 }
 
 TEST(ModuleHostInterceptionTest, Interception_SecondApplicationWritesNothing) {
-  const json report = RunModuleHost("interception " + Example("net_settings.json"));
+  const json report = Report({"interception", Example("net_settings.json")});
   const json& steps = report.at("steps");
   ASSERT_EQ(steps.size(), 4u);
   EXPECT_EQ(steps[0].at("enginePorts"), 15);
@@ -96,7 +76,7 @@ TEST(ModuleHostInterceptionTest, Interception_SecondApplicationWritesNothing) {
 }
 
 TEST(ModuleHostInterceptionTest, NetSettingsSet_ReadsBackConvertedForm) {
-  const json report = RunModuleHost("net-settings set " + Example("net_settings.json"));
+  const json report = Report({"net-settings", "set", Example("net_settings.json")});
   EXPECT_EQ(report.at("applied").at(0).at("result"), "0x00000000");
   const json& settings = report.at("settings");
   EXPECT_EQ(settings.at("sslExcludes"), (json{"*.bank.example", "intranet.example"}));
@@ -109,13 +89,13 @@ TEST(ModuleHostInterceptionTest, NetSettingsSet_ReadsBackConvertedForm) {
 }
 
 TEST(ModuleHostInterceptionTest, PortsSetAndTrustedSet_ReportWhatTheModuleWrote) {
-  const json ports = RunModuleHost("ports set " + Example("ports.json"));
+  const json ports = Report({"ports", "set", Example("ports.json")});
   EXPECT_EQ(ports.at("result"), "0x00000000");
   EXPECT_EQ(ports.at("engine").at("ports"),
             (json{{{"enabled", true}, {"name", "HTTP"}, {"port", 8080}},
                   {{"enabled", true}, {"name", "HTTPS"}, {"port", 443}}}));  // 65979 & 0xffff
 
-  const json trusted = RunModuleHost("trusted set " + Example("trusted.json"));
+  const json trusted = Report({"trusted", "set", Example("trusted.json")});
   EXPECT_EQ(trusted.at("trusted"), (json{{"addresses", {"https://intranet.example/", "192.0.2.44"}},
                                          {"UseTrustedAddresses", true}}));
 }

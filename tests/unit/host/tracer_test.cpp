@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <ostream>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -44,7 +43,6 @@ struct LevelCase {
   uint32_t level;
   const char* name;
 };
-void PrintTo(const LevelCase& value, std::ostream* out) { *out << value.name; }
 
 class StderrTracerLineTest : public ::testing::TestWithParam<LevelCase> {};
 

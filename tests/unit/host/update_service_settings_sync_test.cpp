@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -124,7 +123,6 @@ struct StoreFailureCase {
   const char* message;
   uint64_t writes;
 };
-void PrintTo(const StoreFailureCase& value, std::ostream* out) { *out << value.name; }
 
 class StoreFailureTest : public UpdateServiceSettingsSyncTest,
                          public ::testing::WithParamInterface<StoreFailureCase> {};

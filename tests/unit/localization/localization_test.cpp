@@ -8,18 +8,13 @@
 
 #include "qel/enums/verification_result.h"
 #include "support/clean_command.h"
+#include "support/scratch.h"
 
 namespace {
 
 using ByteVector = orv::types::vector_t<unsigned char>;
 
-ByteVector Bytes(const std::string& text) {
-  ByteVector bytes;
-  for (const char byte : text) {
-    bytes.push_back(static_cast<unsigned char>(byte));
-  }
-  return bytes;
-}
+ByteVector Bytes(const std::string& text) { return tti::test::BytesAs<ByteVector>(text); }
 
 std::string Text(const ByteVector& bytes) {
   return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());
@@ -64,7 +59,7 @@ TEST(Localization, NmShowsTheThreeEntryPointsOnly) {
       << nm.output;
 }
 
-TEST(Localization, CreateLocalizerGivesOneReferenceAndRefusesOtherDomains) {
+TEST(Localization, CreateLocalizerGivesOneReferenceRefusesOtherDomains_TemplateWithoutIt) {
   orv::intrusive_ptr<localization_manager::ILocalizer> localizer = PageLocalizer();
   ASSERT_TRUE(localizer);
   // One reference, ours: AddRef gives 2, and the two releases bring it to 0.
@@ -77,11 +72,9 @@ TEST(Localization, CreateLocalizerGivesOneReferenceAndRefusesOtherDomains) {
   EXPECT_LT(qel::tools::CreateLocalizer(nullptr, 1, u"../en/traffic_processing", localizer), 0);
   EXPECT_LT(qel::tools::CreateLocalizer(nullptr, 1, u"", localizer), 0);
   EXPECT_FALSE(localizer);
-}
 
-// What the module's pages cannot show: a call without a localiser, and which language the page
-// names (any text would fill the mark).
-TEST(Localization, LocalizeTemplate_WithoutLocaliserThePageStaysAndTheLanguageIsEnglish) {
+  // What the module's pages cannot show: a call without a localiser, and which language the page
+  // names (any text would fill the mark).
   EXPECT_EQ(Text(qel::tools::LocalizeTemplate(Bytes("$ActionWarn$"), nullptr, nullptr)),
             "$ActionWarn$");
   EXPECT_EQ(Localize("<html lang=\"$PageLanguage$\">"), "<html lang=\"en\">");

@@ -50,10 +50,8 @@ TEST(LocalizationRelocated, ReadsTheTextsBesideItsOwnFile) {
   {
     orv::intrusive_ptr<localization_manager::ILocalizer> localizer;
     ASSERT_EQ(create(nullptr, 7, u"traffic_processing", localizer), 0);
-    orv::types::vector_t<unsigned char> page;
-    for (const uint8_t byte : tti::test::Bytes(std::string("[$Probe$][$ActionWarn$]"))) {
-      page.push_back(byte);
-    }
+    const auto page = tti::test::BytesAs<orv::types::vector_t<unsigned char>>(
+        std::string("[$Probe$][$ActionWarn$]"));
     const auto worded = localize(page, localizer.get(), nullptr);
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(worded.data()), worded.size()),
               "[from the copied tree][$ActionWarn$]");

@@ -97,15 +97,14 @@ TEST_F(ContainersTest, String_CopyTakesSourceAllocatorAssignmentKeepsTarget) {
   EXPECT_EQ(moved.get_allocator(), m_a.get());
 }
 
-TEST_F(ContainersTest, String_SelfAppendAcrossGrowth) {
+TEST_F(ContainersTest, String_SelfAppendAcrossGrowth_FailedGrowthLeavesItUnchanged) {
   string8_t text("0123456789", m_a.get());
   text.append(text.view());
   EXPECT_EQ(text.view(), "01234567890123456789");
   text.append(text.view().substr(5));
   EXPECT_EQ(text.view(), "01234567890123456789567890123456789");
-}
 
-TEST_F(ContainersTest, String_FailedGrowth_ThrowsAndLeavesStringUnchanged) {
+  // A failed growth throws and leaves the string as it was.
   string8_t inlineText("short", m_a.get());
   string8_t heapText(std::string(16, 'h'), m_a.get());
   m_a->FailAll(true);

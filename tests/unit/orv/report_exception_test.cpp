@@ -34,16 +34,14 @@ class ReportCurrentExceptionTest : public testing::TestWithParam<ClassifyRow> {
   }
 };
 
-TEST_P(ReportCurrentExceptionTest, Report_ClassifiesAndWritesText) {
+TEST_P(ReportCurrentExceptionTest, Report_ClassifiesAndWritesText_SameResultWithoutTracer) {
   auto tracer = host::MakeObject<host::CapturingTracer>();
   EXPECT_EQ(static_cast<uint32_t>(Report(tracer.get())), GetParam().result);
   const auto lines = tracer->Lines();
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].level, 300u);
   EXPECT_EQ(lines[0].text, std::string("P ") + GetParam().text);
-}
-
-TEST_P(ReportCurrentExceptionTest, Report_NoTracer_SameResult) {
+  // Without a tracer: the same result.
   EXPECT_EQ(static_cast<uint32_t>(Report(nullptr)), GetParam().result);
 }
 
@@ -80,7 +78,7 @@ void ThrowNested() {
   }
 }
 
-TEST(ReportCurrentException, Nested_WrittenOutermostFirstResultOfOutermost) {
+TEST(ReportCurrentException, Nested_WrittenOutermostFirstResultOfOutermost_NoneIs0x80000150) {
   auto tracer = host::MakeObject<host::CapturingTracer>();
   try {
     ThrowNested();
@@ -97,10 +95,8 @@ TEST(ReportCurrentException, Nested_WrittenOutermostFirstResultOfOutermost) {
     EXPECT_EQ(orv::ReportCurrentException(tracer.get(), nullptr), orv::MakeResult(0x80000046));
   }
   EXPECT_EQ(tracer->grants(), 1u);
-}
 
-TEST(ReportCurrentException, NoCurrentException_0x80000150) {
-  auto tracer = host::MakeObject<host::CapturingTracer>();
+  // No exception being handled: 0x80000150, and no record left open.
   EXPECT_EQ(orv::ReportCurrentException(tracer.get(), nullptr), orv::MakeResult(0x80000150));
   EXPECT_EQ(orv::ReportCurrentException(nullptr, "P"), orv::MakeResult(0x80000150));
   EXPECT_EQ(tracer->openRecords(), 0u);

@@ -102,23 +102,22 @@ TEST(Trace, Trace_RefusedLevelOrNoTracer_NothingEvaluated) {
   EXPECT_TRUE(tracer->Lines().empty());
 }
 
-TEST(Trace, Trace_LongLine_GrowsOnceTo1024) {
+TEST(Trace, Trace_LongLine_GrowsOnceTo1024_RefusedGrowthStillPutsTheRecord) {
   auto tracer = host::MakeObject<host::CapturingTracer>();
   const std::string chunk(100, 'x');
   ORV_TRACE(tracer.get(), 500) << chunk << chunk << chunk << chunk << chunk << chunk;
   EXPECT_EQ(tracer->growths(), std::vector<size_t>{1024});
   EXPECT_EQ(tracer->Texts(500), std::vector<std::string>{std::string(600, 'x')});
-}
 
-TEST(Trace, Trace_GrowthRefused_LineStillPutAndCallGoesOn) {
-  auto tracer = host::MakeObject<host::CapturingTracer>();
-  tracer->RefuseGrowth(true);
-  ORV_TRACE(tracer.get(), 500) << "start " << std::string(600, 'x') << "tail";
-  ASSERT_FALSE(tracer->growths().empty());
-  EXPECT_EQ(tracer->growths().front(), 1024u);
-  // The line so far and what did not fit are dropped; the record is still handed back.
-  EXPECT_EQ(tracer->Texts(500), std::vector<std::string>{""});
-  EXPECT_EQ(tracer->openRecords(), 0u);
+  // Growth refused: the line so far and what did not fit are dropped; the record is still handed
+  // back and the call goes on.
+  auto refusing = host::MakeObject<host::CapturingTracer>();
+  refusing->RefuseGrowth(true);
+  ORV_TRACE(refusing.get(), 500) << "start " << std::string(600, 'x') << "tail";
+  ASSERT_FALSE(refusing->growths().empty());
+  EXPECT_EQ(refusing->growths().front(), 1024u);
+  EXPECT_EQ(refusing->Texts(500), std::vector<std::string>{""});
+  EXPECT_EQ(refusing->openRecords(), 0u);
 }
 
 result_t NotSupported() { return orv::MakeResult(0x80000042); }

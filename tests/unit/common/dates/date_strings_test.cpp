@@ -85,7 +85,7 @@ std::u16string TimeErrorMessage(F call) {
   return u"no exception";
 }
 
-TEST(Dates, FromUnixTimeLimits) {
+TEST(Dates, FromUnixTimeAndToTimeLimits) {
   EXPECT_EQ(FromUnixTime(922337203685, 0), 9223372036850000000);
   EXPECT_EQ(FromUnixTime(-11644473600, 0), -kEpoch);
   EXPECT_EQ(FromUnixTime(-1, 922337203685477580), 9223372036854775800 - 10000000);
@@ -99,9 +99,7 @@ TEST(Dates, FromUnixTimeLimits) {
             u"Invalid timestamp: usec -922337203685477581");
   EXPECT_EQ(TimeErrorMessage([] { FromUnixTime(-11644473600, -1); }),
             u"Invalid utc timestamp for posix platform -116444736000000010");
-}
-
-TEST(Dates, ToTimeAcceptsOneTickMoreThanFromUnixTime) {
+  // ToTime accepts one tick more.
   EXPECT_EQ(ToTime(0), -11644473600);
   EXPECT_EQ(ToTime(-1), -11644473600);  // truncated toward zero
   EXPECT_EQ(ToTime(kEpoch + 19999999), 1);

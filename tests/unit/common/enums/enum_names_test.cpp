@@ -111,7 +111,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "There is no such 'CertificateStatus::Type' value: "
                     "SelfSigned "}));
 
-TEST(EnumFamily, TypedConversionsUseTheirOwnTable) {
+TEST(EnumFamily, TypedConversionsAndBooleansUseTheirOwnTables) {
   EXPECT_EQ(EnumToString<EventName::Type>(EventName::DomainAutoExcluded), "DomainAutoExcluded");
   EXPECT_EQ(StringToEnum<EventName::Type>("DomainAutoExcluded"), 112u);
   EXPECT_EQ(EnumToString<DangerLevel::Type>(1), "_deprecatedHigh");
@@ -120,9 +120,7 @@ TEST(EnumFamily, TypedConversionsUseTheirOwnTable) {
   // Same rows, separate enumerations: the name in the text is the one asked for.
   EXPECT_EQ(FailureText([] { EnumToString<WebAvAction::Type>(2); }),
             "EnumToString, invalid 'WebAvAction' enum value: 2");
-}
-
-TEST(EnumFamily, BooleanHasItsOwnTexts) {
+  // Booleans have texts of their own.
   EXPECT_TRUE(StringToBoolean("Yes"));
   EXPECT_FALSE(StringToBoolean("No"));
   EXPECT_EQ(BooleanToString(true), "Yes");

@@ -16,15 +16,6 @@ using orv::types::vector_t;
 
 const std::string kLong(100, 'x');  // past the inline buffer: heap storage
 
-TEST(EventFields, DefaultFieldHasNoNameAndNoValue) {
-  const AdditionalField additional;
-  const RuntimeField runtime;
-  EXPECT_EQ(static_cast<uint32_t>(additional.name), 0xffffffffu);
-  EXPECT_EQ(additional.data.tag(), 0u);
-  EXPECT_EQ(runtime.name, 0xffffffffu);
-  EXPECT_EQ(runtime.data.tag(), 0u);
-}
-
 TEST(EventFields, AppendMovesTheValueInAndDoublesThroughTheVectorsAllocator) {
   auto allocator = host::MakeObject<host::MallocAllocator>();
   {
@@ -97,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(Tags, VariantKinds,
                                          // a tag of no known type: raw bytes, nothing owned
                                          77u, Variant::kArrayBit | 77u));
 
-TEST(EventFields, DescriptorOperationsCopyAndMoveTheVariant) {
+TEST(EventFields, DefaultsAndDescriptorOperationsCopyAndMoveTheVariant) {
   const orv::TypeDescriptor& descriptor = AdditionalFieldDescriptor();
   EXPECT_EQ(descriptor.id, 0x0efa8e30u);
   EXPECT_STREQ(descriptor.name, "AdditionalField");
@@ -108,6 +99,13 @@ TEST(EventFields, DescriptorOperationsCopyAndMoveTheVariant) {
   EXPECT_EQ(descriptor.fields[2].name, nullptr);
   EXPECT_EQ(RuntimeFieldDescriptor().id, 0xd1345cf5u);
   EXPECT_STREQ(RuntimeFieldDescriptor().name, "RuntimeField");
+  // A default field has no name and no value.
+  const AdditionalField additional;
+  const RuntimeField runtime;
+  EXPECT_EQ(static_cast<uint32_t>(additional.name), 0xffffffffu);
+  EXPECT_EQ(additional.data.tag(), 0u);
+  EXPECT_EQ(runtime.name, 0xffffffffu);
+  EXPECT_EQ(runtime.data.tag(), 0u);
 
   const orv::SerObjDescriptorHelper& helper = **descriptor.helper;
   auto allocator = host::MakeObject<host::MallocAllocator>();

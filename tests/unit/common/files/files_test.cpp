@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -65,7 +64,7 @@ TEST_P(LongPathTest, CreateStatReadRemove_WorkAtAnyLength) {
 
 INSTANTIATE_TEST_SUITE_P(Lengths, LongPathTest, ::testing::Values(300, 4095, 4096, 4097, 12000));
 
-TEST_F(FilesTest, OpenFile_RelativeToDirectory_WalksLongPath) {
+TEST_F(FilesTest, OpenFile_RelativeToDirectory_WalksLongPath_LongFirstComponentFails) {
   const std::string path = PathOfLength(6000);
   UniqueFd root(::open(m_root.c_str(), O_DIRECTORY | O_CLOEXEC));
   const std::string relative = path.substr(m_root.size() + 1);
@@ -74,19 +73,12 @@ TEST_F(FilesTest, OpenFile_RelativeToDirectory_WalksLongPath) {
   EXPECT_EQ(RemoveFile(root.Get(), relative), 0);
   // The caller's descriptor stays open.
   EXPECT_EQ(::fcntl(root.Get(), F_GETFD), FD_CLOEXEC);
-}
 
-TEST_F(FilesTest, LStatPath_LongFirstComponent_Fails) {
   // No '/' in the first 4095 bytes: the walk opens that piece, which is no directory.
-  const std::string path = m_root + "/" + std::string(5000, 'x');
+  const std::string longFirst = m_root + "/" + std::string(5000, 'x');
   struct stat status {};
-  EXPECT_LT(LStatPath(path, &status), 0);
-  EXPECT_EQ(OpenFile(AT_FDCWD, path, O_RDONLY | O_CLOEXEC), -1);
-}
-
-TEST_F(FilesTest, ReadFile_Missing_ReportsFileNotFound) {
-  std::vector<uint8_t> content{1, 2, 3};
-  EXPECT_EQ(ReadFile(m_root + "/missing", content), kFileNotFound);
+  EXPECT_LT(LStatPath(longFirst, &status), 0);
+  EXPECT_EQ(OpenFile(AT_FDCWD, longFirst, O_RDONLY | O_CLOEXEC), -1);
 }
 
 TEST_F(FilesTest, WriteFileViaTemporary_ReplacesWithReadOnlyFile) {
@@ -110,7 +102,7 @@ TEST_F(FilesTest, WriteFileViaTemporary_ReplacesWithReadOnlyFile) {
   EXPECT_EQ(LStatPath(path + ".tmp", &status), kFileNotFound);
 }
 
-TEST_F(FilesTest, WriteFileViaTemporary_RenameFails_LeavesNoTemporary) {
+TEST_F(FilesTest, WriteFileViaTemporary_RenameFails_LeavesNoTemporary_ReadMissingFails) {
   const std::string path = m_root + "/directory";
   ASSERT_EQ(::mkdir(path.c_str(), 0755), 0);
   EXPECT_LT(WriteFileViaTemporary(path, "text"), 0);
@@ -119,16 +111,15 @@ TEST_F(FilesTest, WriteFileViaTemporary_RenameFails_LeavesNoTemporary) {
   EXPECT_TRUE(S_ISDIR(status.st_mode));
   EXPECT_EQ(LStatPath(path + ".tmp", &status), kFileNotFound);
   EXPECT_EQ(WriteFileViaTemporary(m_root + "/missing/file", "text"), kFileNotFound);
+  std::vector<uint8_t> content{1, 2, 3};
+  EXPECT_EQ(ReadFile(m_root + "/missing", content), kFileNotFound);
 }
 
-TEST(LastPathComponentTest, Table) {
+TEST(LastPathComponentTest, TableAndThisBinary) {
   EXPECT_EQ(LastPathComponent("/etc/ssl/certs/a.pem"), "a.pem");
   EXPECT_EQ(LastPathComponent("a.pem"), "a.pem");
   EXPECT_EQ(LastPathComponent("/etc/ssl/"), "");
   EXPECT_EQ(LastPathComponent(""), "");
-}
-
-TEST(GetSelfPathTest, NamesThisBinary) {
   EXPECT_EQ(LastPathComponent(GetSelfPath()), "files_test");
 }
 

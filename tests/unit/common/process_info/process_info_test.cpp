@@ -90,7 +90,7 @@ TEST_F(ProcessInfo, UserOfAChildUnderAnotherUid) {
                                  std::to_string(uniquePid)));
 }
 
-TEST_F(ProcessInfo, NoProcessGivesNoUserAndOneErrorLinePerStep) {
+TEST_F(ProcessInfo, NoProcessOrNoManager_NoUserAndOneErrorLinePerStep) {
   int32_t pid = -1;
   GetPid(locator(), 999999, pid);
   EXPECT_EQ(pid, -1);
@@ -105,11 +105,10 @@ TEST_F(ProcessInfo, NoProcessGivesNoUserAndOneErrorLinePerStep) {
             std::string::npos);
   EXPECT_NE(errors[1].find("Cannot get IProcessInformation for pid: -1"), std::string::npos);
   EXPECT_NE(errors[2].find("(GetProcessInfo(sl, pid, info))"), std::string::npos);
-}
 
-TEST_F(ProcessInfo, NoProcessManager) {
+  // No process manager at all.
   m_host.locator->Remove(IProcessManager::kIid);
-  int32_t pid = 5;
+  pid = 5;
   GetPid(locator(), 1, pid);
   EXPECT_EQ(pid, 5);
   EXPECT_TRUE(m_tracer->Contains("(orv::GetInterface(sl, processManager.Ref()))"));

@@ -1,12 +1,9 @@
 // Reading and rewriting bundle files on real files in a temporary directory.
-#include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -14,6 +11,7 @@
 #include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/openssl/openssl_storage.h"
 #include "support/cert_factory.h"
+#include "support/killed_writer.h"
 #include "support/namespace_sandbox.h"
 #include "support/scratch.h"
 
@@ -125,27 +123,12 @@ TEST_F(BundleTest, RewriteBundle_KilledWriter_LeavesOldOrNew) {
   ASSERT_EQ(m_storage.RewriteBundle(m_bundle, oldSet), 0);
   std::vector<RawCert> newSet = oldSet;
   newSet.push_back(m_first.Der());
-  std::mt19937 random(std::random_device{}());
-  for (int round = 0; round < 20; ++round) {
-    std::fflush(stdout);
-    const pid_t writer = ::fork();
-    ASSERT_GE(writer, 0);
-    if (writer == 0) {
-      for (bool useNew = true;; useNew = !useNew) {
-        m_storage.RewriteBundle(m_bundle, useNew ? newSet : oldSet);
-      }
-    }
-    const int reads = std::uniform_int_distribution<int>(1, 10)(random);
-    for (int read = 0; read < reads; ++read) {
-      const auto seen = Read(m_bundle);
-      ASSERT_TRUE(seen == oldSet || seen == newSet) << "round " << round << " read " << read;
-    }
-    ::kill(writer, SIGKILL);
-    int status = 0;
-    ASSERT_EQ(::waitpid(writer, &status, 0), writer);
-    const auto seen = Read(m_bundle);
-    ASSERT_TRUE(seen == oldSet || seen == newSet) << "round " << round;
-  }
+  tti::test::ExpectWholeAfterKilledWriters(
+      [&](bool useNew) { m_storage.RewriteBundle(m_bundle, useNew ? newSet : oldSet); },
+      [&] {
+        const auto seen = Read(m_bundle);
+        return seen == oldSet || seen == newSet;
+      });
 }
 
 }  // namespace

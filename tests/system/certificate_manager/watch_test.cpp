@@ -63,7 +63,11 @@ TEST_F(CertManagerTest, RealInotify_LoginNewDatabaseBundle_FollowedOthersIgnored
     const std::string daveProfile = "/home/dave/.pki/nssdb";
     MakeNssDatabase(daveProfile);
     host::sandbox::LogIn("dave", 1);
-    EXPECT_TRUE(Eventually([&] { return CountOf(NssCertificates(daveProfile), root.Der()) == 1; }));
+    // The databases are read only once the module is done with them: certutil reading one while
+    // the helper writes it can make the helper's write fail.
+    EXPECT_TRUE(
+        Eventually([&] { return tracer->Contains("path '/home/dave/.var/app' is subscribed"); }));
+    EXPECT_EQ(CountOf(NssCertificates(daveProfile), root.Der()), 1u);
     EXPECT_TRUE(tracer->Contains("user home directory '/home/dave' is added"));
 
     // A browser makes a new profile in a watched place that did not exist yet, for a user known
@@ -71,9 +75,7 @@ TEST_F(CertManagerTest, RealInotify_LoginNewDatabaseBundle_FollowedOthersIgnored
     for (const std::string profile :
          {"/home/alice/.config/mozilla/firefox/late.default-esr",
           "/home/dave/.var/app/org.chromium.Chromium/.local/share/pki/nssdb"}) {
-      MoveInNssDatabase(profile);
-      EXPECT_TRUE(Eventually([&] { return CountOf(NssCertificates(profile), root.Der()) == 1; }))
-          << profile;
+      EXPECT_TRUE(Handled(profile)) << profile;
     }
 
     // A package rewrites the bundle: the cache is loaded again and the lookup sees the newcomer.
@@ -100,7 +102,7 @@ TEST_F(CertManagerTest, RealInotify_LoginNewDatabaseBundle_FollowedOthersIgnored
     EXPECT_GE(services.fileEvents->delivered(), delivered + 3);
     EXPECT_EQ(CountStartingWith(800, "cache size "), loads + 1);
     EXPECT_EQ(CountStartingWith(800, "Add cert to "), adds + 1);
-    EXPECT_TRUE(tracer->Texts(500).empty());
+    EXPECT_EQ(tracer->Texts(500), std::vector<std::string>{});
     // The reloads read the root from the bundles and from every database: one candidate.
     EXPECT_EQ(FindParents(manager.get(), root.Der(), parents), 0);
     EXPECT_EQ(parents, std::vector<Der>{root.Der()});

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 
 #include "host/host_object.h"
 #include "host/malloc_allocator.h"
@@ -90,22 +91,19 @@ INSTANTIATE_TEST_SUITE_P(Tags, VariantKinds,
 
 TEST(EventFields, DefaultsAndDescriptorOperationsCopyAndMoveTheVariant) {
   const orv::TypeDescriptor& descriptor = AdditionalFieldDescriptor();
-  EXPECT_EQ(descriptor.id, 0x0efa8e30u);
-  EXPECT_STREQ(descriptor.name, "AdditionalField");
-  EXPECT_EQ(descriptor.size, 64u);
-  EXPECT_STREQ(descriptor.fields[0].name, "name");
-  EXPECT_STREQ(descriptor.fields[1].name, "data");
-  EXPECT_EQ(descriptor.fields[1].offset, 8u);
-  EXPECT_EQ(descriptor.fields[2].name, nullptr);
-  EXPECT_EQ(RuntimeFieldDescriptor().id, 0xd1345cf5u);
-  EXPECT_STREQ(RuntimeFieldDescriptor().name, "RuntimeField");
+  using Shape = std::tuple<uint32_t, std::string, size_t, std::string, std::string, size_t, bool>;
+  EXPECT_EQ(Shape(descriptor.id, descriptor.name, descriptor.size, descriptor.fields[0].name,
+                  descriptor.fields[1].name, descriptor.fields[1].offset,
+                  descriptor.fields[2].name == nullptr),
+            Shape(0x0efa8e30u, "AdditionalField", 64, "name", "data", 8, true));
+  EXPECT_EQ(std::make_pair(RuntimeFieldDescriptor().id, std::string(RuntimeFieldDescriptor().name)),
+            std::make_pair(0xd1345cf5u, std::string("RuntimeField")));
   // A default field has no name and no value.
   const AdditionalField additional;
   const RuntimeField runtime;
-  EXPECT_EQ(static_cast<uint32_t>(additional.name), 0xffffffffu);
-  EXPECT_EQ(additional.data.tag(), 0u);
-  EXPECT_EQ(runtime.name, 0xffffffffu);
-  EXPECT_EQ(runtime.data.tag(), 0u);
+  EXPECT_EQ(std::make_tuple(static_cast<uint32_t>(additional.name), additional.data.tag(),
+                            runtime.name, runtime.data.tag()),
+            std::make_tuple(0xffffffffu, 0u, 0xffffffffu, 0u));
 
   const orv::SerObjDescriptorHelper& helper = **descriptor.helper;
   auto allocator = host::MakeObject<host::MallocAllocator>();

@@ -83,19 +83,12 @@ TEST_F(FilesTest, OpenFile_RelativeToDirectory_WalksLongPath_LongFirstComponentF
 
 TEST_F(FilesTest, WriteFileViaTemporary_ReplacesWithReadOnlyFile) {
   const std::string path = m_root + "/file";
-  {
-    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-    ASSERT_EQ(WriteAll(fd.Get(), "old old old", 11), 0);
-  }
+  tti::test::WriteText(path, "old old old");
   // A stale temporary of an earlier run is reused and truncated.
-  {
-    UniqueFd stale(::open((path + ".tmp").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0444));
-    ASSERT_EQ(WriteAll(stale.Get(), "stale stale", 11), 0);
-  }
+  tti::test::WriteText(path + ".tmp", "stale stale");
+  ASSERT_EQ(::chmod((path + ".tmp").c_str(), 0444), 0);
   ASSERT_EQ(WriteFileViaTemporary(path, "new"), 0);
-  std::vector<uint8_t> content;
-  ASSERT_EQ(ReadFile(path, content), 0);
-  EXPECT_EQ(std::string(content.begin(), content.end()), "new");
+  EXPECT_EQ(tti::test::ReadText(path), "new");
   struct stat status {};
   ASSERT_EQ(LStatPath(path, &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0444u);

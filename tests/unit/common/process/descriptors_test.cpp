@@ -131,24 +131,15 @@ TEST(RunProcessDetached, PipesOrNonFiles_Rejected) {
   close(ends[1]);
 }
 
-struct ReleaseCase {
-  const char* text;
-  KernelRelease expected;  // build, patch, minor, major
-};
-
-class KernelReleaseText : public testing::TestWithParam<ReleaseCase> {};
-
-TEST_P(KernelReleaseText, Parsed) {
-  EXPECT_EQ(ParseKernelRelease(GetParam().text), GetParam().expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(Releases, KernelReleaseText,
-                         testing::Values(ReleaseCase{"5.9.0", {-1, 0, 9, 5}},
-                                         ReleaseCase{"5.15.0-91-generic", {91, 0, 15, 5}},
-                                         ReleaseCase{"6.1", {-1, -1, 1, 6}},
-                                         ReleaseCase{"unknown", {-1, -1, -1, -1}}));
-
-TEST(KernelRelease, Compared_MajorFirst) {
+TEST(KernelRelease, ParsedThenComparedMajorFirst) {
+  // Fields: build, patch, minor, major.
+  const std::pair<const char*, KernelRelease> cases[] = {{"5.9.0", {-1, 0, 9, 5}},
+                                                         {"5.15.0-91-generic", {91, 0, 15, 5}},
+                                                         {"6.1", {-1, -1, 1, 6}},
+                                                         {"unknown", {-1, -1, -1, -1}}};
+  for (const auto& [text, expected] : cases) {
+    EXPECT_EQ(ParseKernelRelease(text), expected) << text;
+  }
   EXPECT_TRUE((KernelRelease{-1, -1, 9, 5} < KernelRelease{-1, 0, 9, 5}));
   EXPECT_TRUE((KernelRelease{99, 99, 99, 4} < KernelRelease{-1, -1, 0, 5}));
   EXPECT_FALSE((KernelRelease{-1, 0, 10, 5} < KernelRelease{-1, -1, 9, 5}));

@@ -32,10 +32,10 @@ class ProcessInfo : public testing::Test {
   host::HostServices m_host;
 };
 
-// A child that turns into `uid` and sleeps until killed; async-signal-safe calls only.
+// A child that turns into `uid` and sleeps until killed (async-signal-safe calls only).
 class ChildUnderUid {
  public:
-  explicit ChildUnderUid(uid_t uid) : m_uid(uid), m_pid(fork()) {
+  explicit ChildUnderUid(uid_t uid) : m_pid(fork()) {
     if (m_pid == 0) {
       if (setresgid(uid, uid, uid) == 0 && setresuid(uid, uid, uid) == 0) {
         pause();
@@ -52,23 +52,18 @@ class ChildUnderUid {
     }
   }
   pid_t pid() const { return m_pid; }
-  // The child has taken its user.
-  bool ready() const {
-    const std::string status = "/proc/" + std::to_string(m_pid) + "/status";
-    const std::string line = "\nUid:\t" + std::to_string(m_uid) + "\t";
-    return tti::test::Eventually(
-        [&] { return tti::test::ReadText(status).find(line) != std::string::npos; });
-  }
 
  private:
-  uid_t m_uid;
   pid_t m_pid;
 };
 
 TEST_F(ProcessInfo, UserOfAChildUnderAnotherUid) {
   ASSERT_EQ(geteuid(), 0u) << "the test starts a child under another uid and must run as root";
   ChildUnderUid child(65534);
-  ASSERT_TRUE(child.ready());
+  ASSERT_TRUE(tti::test::Eventually([&] {
+    return tti::test::ReadText("/proc/" + std::to_string(child.pid()) + "/status")
+               .find("\nUid:\t65534\t") != std::string::npos;
+  }));
   const orv::optional_t<UserInfo> user = GetUserByPid(locator(), child.pid());
   ASSERT_TRUE(user.has_value());
   EXPECT_EQ(user->uid, 65534u);

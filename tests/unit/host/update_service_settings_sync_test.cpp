@@ -3,6 +3,7 @@
 // own tests drive the ordinary write, the flag and the entry and exit lines through the same store.
 #include "qel/tools/update_service_settings_sync.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -25,8 +26,9 @@ using Operation = MemoryServiceManager::Operation;
 using qel::UntrustedCertificateAction::Block;
 constexpr uint32_t kKey = 0xb10fd857;
 
-bool EndsWith(const std::string& text, const std::string& end) {
-  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+result_t SetBlock(Settings& settings) {
+  settings.action = Block;
+  return 0;
 }
 
 class UpdateServiceSettingsSyncTest : public ::testing::Test {
@@ -61,8 +63,7 @@ TEST_F(UpdateServiceSettingsSyncTest, Sync_Conflict_RerunsModifierOnFreshRecord)
                                               store->Revision(kKey, Settings::kTypeId)),
                 0);
     }
-    settings.action = Block;
-    return 0;
+    return SetBlock(settings);
   });
   EXPECT_EQ(result, 0);
   EXPECT_EQ(calls, 2);
@@ -80,10 +81,7 @@ TEST_F(UpdateServiceSettingsSyncTest, Sync_EndlessConflict_CompletesOnceClearedF
     }
     store->ClearInjections();
   });
-  const result_t result = Run([](Settings& settings) {
-    settings.action = Block;
-    return 0;
-  });
+  const result_t result = Run(SetBlock);
   clearer.join();
   EXPECT_EQ(result, 0);
   EXPECT_GT(store->conflicts(), 1000u);
@@ -112,9 +110,9 @@ TEST_F(UpdateServiceSettingsSyncTest, Sync_NoServiceManager_ReturnsLocatorsCodeA
   EXPECT_EQ(calls, 0);
   const std::vector<std::string> errors = tracer->Texts(orv::trace_level::kError);
   ASSERT_EQ(errors.size(), 1u);
-  EXPECT_PRED2(EndsWith, errors[0],
-               "(GetInterface(sl, esm.Ref())),(ORV_SUCCEEDED(_result)) failed: result = 0x8000004c "
-               "(Not found) Cannot get IServiceManager interface");
+  EXPECT_THAT(errors[0], testing::EndsWith("(GetInterface(sl, esm.Ref())),(ORV_SUCCEEDED(_result)) "
+                                           "failed: result = 0x8000004c (Not found) Cannot get "
+                                           "IServiceManager interface"));
 }
 
 struct StoreFailureCase {
@@ -130,16 +128,12 @@ class StoreFailureTest : public UpdateServiceSettingsSyncTest,
 TEST_P(StoreFailureTest, Sync_StoreFails_ReturnsCodeAndTracesOnce) {
   constexpr result_t kInjected = orv::errors::kAccessDenied;
   store->InjectFailure(GetParam().operation, kInjected);
-  EXPECT_EQ(Run([](Settings& settings) {
-              settings.action = Block;
-              return 0;
-            }),
-            kInjected);
+  EXPECT_EQ(Run(SetBlock), kInjected);
   EXPECT_EQ(store->writes(), GetParam().writes);
   const std::vector<std::string> errors = tracer->Texts(orv::trace_level::kError);
   ASSERT_EQ(errors.size(), 1u);
-  EXPECT_NE(errors[0].find("result = 0x80000045 (Access denied)"), std::string::npos) << errors[0];
-  EXPECT_PRED2(EndsWith, errors[0], GetParam().message);
+  EXPECT_THAT(errors[0], testing::AllOf(testing::HasSubstr("result = 0x80000045 (Access denied)"),
+                                        testing::EndsWith(GetParam().message)));
   // No exit line on a failure.
   EXPECT_EQ(tracer->Texts(orv::trace_level::kDetail).size(), 1u);
 }

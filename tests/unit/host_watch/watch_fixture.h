@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <mutex>
@@ -39,17 +41,51 @@ inline void PrintTo(const SeenEvent& event, std::ostream* out) {
 // ever overlapped; `onEvent` runs inside OnEvent after recording.
 class RecordingReceiver final : public HostObject<qel::IInotifyEventsReceiver> {
  public:
-  RecordingReceiver() = default;
+  result_t OnEvent(const qel::InotifyEvent& event) override {
+    if (inside.fetch_add(1) != 0) {
+      overlapped = true;
+    }
+    {
+      std::lock_guard lock(m_mutex);
+      m_events.push_back(SeenEvent{std::string(event.name.view()), event.type});
+      m_threads.push_back(std::this_thread::get_id());
+    }
+    for (int i = 0; spin && i < 200; ++i) {
+      std::this_thread::yield();
+    }
+    if (onEvent) {
+      onEvent(event);
+    }
+    inside.fetch_sub(1);
+    return 0;
+  }
+  result_t GetName(orv::types::string8_t& name) override {
+    name = "RecordingReceiver";
+    return 0;
+  }
 
-  result_t OnEvent(const qel::InotifyEvent& event) override;
-  result_t GetName(orv::types::string8_t& name) override;
-
-  std::vector<SeenEvent> events() const;
-  size_t count() const;
-  bool Saw(const std::string& name, uint32_t type) const;
+  std::vector<SeenEvent> events() const {
+    std::lock_guard lock(m_mutex);
+    return m_events;
+  }
+  size_t count() const {
+    std::lock_guard lock(m_mutex);
+    return m_events.size();
+  }
   // Waits (polling, up to ten seconds) until the event was seen.
-  bool WaitFor(const std::string& name, uint32_t type) const;
-  std::vector<std::thread::id> threads() const;
+  bool WaitFor(const std::string& name, uint32_t type) const {
+    const SeenEvent wanted{name, type};
+    return Eventually(
+        [&] {
+          std::lock_guard lock(m_mutex);
+          return std::find(m_events.begin(), m_events.end(), wanted) != m_events.end();
+        },
+        std::chrono::seconds(10));
+  }
+  std::vector<std::thread::id> threads() const {
+    std::lock_guard lock(m_mutex);
+    return m_threads;
+  }
 
   std::function<void(const qel::InotifyEvent&)> onEvent;
   std::atomic<int> inside{0};  // OnEvent calls running now

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <typeinfo>
 
 #include <gtest/gtest.h>
@@ -55,43 +56,31 @@ TEST(ExceptionRecord, Copy_SharesRecordAndItsProperties) {
   EXPECT_EQ(original.ExtractResult(), orv::MakeResult(0x8000004c));
 }
 
-// Properties set on a fresh exception; null or -1 leaves one out.
-struct ExtractRow {
-  const char* name;
-  const char* moduleText;
-  int64_t osResult;
-  int64_t orvResult;
-  uint32_t expected;
-};
-
-class ExtractResultTest : public testing::TestWithParam<ExtractRow> {};
-
-TEST_P(ExtractResultTest, ExtractResult_PropertiesInOrder) {
-  const ExtractRow& row = GetParam();
-  orv::exception error("f.cpp", 1, "m");
-  error.SetProperty("other", TypedValue::Uint32(5));
-  if (row.moduleText) {
-    error.SetProperty("os.module_result", TypedValue::Narrow(row.moduleText));
+// Properties set on a fresh exception, the code read from the first that gives one.
+TEST(ExceptionRecord, ExtractResult_PropertiesInOrder) {
+  // os.module_result (null: not set), os.result and orv.result (-1: not set), the code
+  const std::tuple<const char*, int64_t, int64_t, uint32_t> rows[] = {
+      {"undefined symbol: f", 2, 0x80000042, 0x80000042},  // orv.result first
+      {"undefined symbol: f", 2, -1, 0x80010102},          // os.result through the errno map
+      {"undefined symbol: foo", -1, -1, 0x80010107},
+      {"undefined symbol", -1, -1, 0x80010100},  // no colon
+      {"", -1, -1, 0},
+      {nullptr, -1, -1, 0x80000151}};  // no code property
+  for (const auto& [moduleText, osResult, orvResult, expected] : rows) {
+    orv::exception error("f.cpp", 1, "m");
+    error.SetProperty("other", TypedValue::Uint32(5));
+    if (moduleText) {
+      error.SetProperty("os.module_result", TypedValue::Narrow(moduleText));
+    }
+    if (osResult >= 0) {
+      error.SetProperty("os.result", TypedValue::Uint32(static_cast<uint32_t>(osResult)));
+    }
+    if (orvResult >= 0) {
+      error.SetProperty("orv.result", TypedValue::Result(orv::MakeResult(orvResult)));
+    }
+    EXPECT_EQ(static_cast<uint32_t>(error.ExtractResult()), expected) << error.what();
   }
-  if (row.osResult >= 0) {
-    error.SetProperty("os.result", TypedValue::Uint32(static_cast<uint32_t>(row.osResult)));
-  }
-  if (row.orvResult >= 0) {
-    error.SetProperty("orv.result", TypedValue::Result(orv::MakeResult(row.orvResult)));
-  }
-  EXPECT_EQ(static_cast<uint32_t>(error.ExtractResult()), row.expected);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, ExtractResultTest,
-    testing::Values(ExtractRow{"OrvResultFirst", "undefined symbol: f", 2, 0x80000042, 0x80000042},
-                    ExtractRow{"OsResultThroughErrnoMap", "undefined symbol: f", 2, -1, 0x80010102},
-                    ExtractRow{"ModuleUndefinedSymbol", "undefined symbol: foo", -1, -1,
-                               0x80010107},
-                    ExtractRow{"ModuleNoColon", "undefined symbol", -1, -1, 0x80010100},
-                    ExtractRow{"ModuleEmpty", "", -1, -1, 0},
-                    ExtractRow{"NoCodeProperty", nullptr, -1, -1, 0x80000151}),
-    [](const testing::TestParamInfo<ExtractRow>& info) { return std::string(info.param.name); });
 
 TEST(ExceptionDescription, GetDescription_MessageThenCode) {
   const orv::ResultCodeException withMessage("f.cpp", 1, orv::MakeResult(0x8000004c),

@@ -8,36 +8,21 @@
 #include <gtest/gtest.h>
 
 #include "orv/module_lock.h"
+#include "test_interfaces.h"
 
 namespace {
 
-struct IAlphaTest : orv::IObject {
-  static constexpr uint32_t kIid = 0x7e571001;
-  virtual uint32_t Alpha() = 0;
-
- protected:
-  ~IAlphaTest() = default;
-};
-
-struct IBetaTest : orv::IObject {
-  static constexpr uint32_t kIid = 0x7e571002;
-  virtual uint32_t Beta() = 0;
-
- protected:
-  ~IBetaTest() = default;
-};
-
 int g_destroyed = 0;
 
-class Inner : public orv::object::Ifaces<IAlphaTest, IBetaTest> {
+class Inner : public orv::object::Ifaces<IFirstTest, ISecondTest> {
  public:
   Inner(uint32_t value, bool fail) : m_value(value) {
     if (fail) {
       throw std::runtime_error("constructor");
     }
   }
-  uint32_t Alpha() override { return m_value; }
-  uint32_t Beta() override { return m_value + 1; }
+  uint32_t First() override { return m_value; }
+  uint32_t Second() override { return m_value + 1; }
 
  protected:
   ~Inner() { ++g_destroyed; }
@@ -57,24 +42,24 @@ TEST(InnerObjectShell, QueryInterface_TableInOrder_SharedCount_ThrowingCreateGiv
     EXPECT_EQ(orv::ModuleLockCount.load(), locksBefore + 1);
 
     void* zero = nullptr;
-    void* alpha = nullptr;
-    void* beta = nullptr;
+    void* first = nullptr;
+    void* second = nullptr;
     void* unknown = reinterpret_cast<void*>(1);
     ASSERT_EQ(object->QueryInterface(0, &zero), 0);
-    ASSERT_EQ(object->QueryInterface(IAlphaTest::kIid, &alpha), 0);
-    ASSERT_EQ(object->QueryInterface(IBetaTest::kIid, &beta), 0);
+    ASSERT_EQ(object->QueryInterface(IFirstTest::kIid, &first), 0);
+    ASSERT_EQ(object->QueryInterface(ISecondTest::kIid, &second), 0);
     EXPECT_EQ(object->QueryInterface(0x12345678, &unknown), orv::errors::kNoInterface);
     EXPECT_EQ(unknown, nullptr);
-    EXPECT_EQ(zero, alpha);
-    EXPECT_NE(alpha, beta);
+    EXPECT_EQ(zero, first);
+    EXPECT_NE(first, second);
     // The pointers are adjusted to their bases: each answers with its own operation.
-    EXPECT_EQ(static_cast<IAlphaTest*>(alpha)->Alpha(), 7u);
-    EXPECT_EQ(static_cast<IBetaTest*>(beta)->Beta(), 8u);
+    EXPECT_EQ(static_cast<IFirstTest*>(first)->First(), 7u);
+    EXPECT_EQ(static_cast<ISecondTest*>(second)->Second(), 8u);
 
     // Four references now; releasing through either base counts on the one counter.
-    EXPECT_EQ(static_cast<IBetaTest*>(beta)->Release(), 3u);
-    EXPECT_EQ(static_cast<IAlphaTest*>(alpha)->Release(), 2u);
-    EXPECT_EQ(static_cast<IAlphaTest*>(zero)->Release(), 1u);
+    EXPECT_EQ(static_cast<ISecondTest*>(second)->Release(), 3u);
+    EXPECT_EQ(static_cast<IFirstTest*>(first)->Release(), 2u);
+    EXPECT_EQ(static_cast<IFirstTest*>(zero)->Release(), 1u);
     EXPECT_EQ(g_destroyed, 0);
   }
   EXPECT_EQ(g_destroyed, 1);

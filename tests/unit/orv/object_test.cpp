@@ -12,24 +12,9 @@
 #include "host/service_locator.h"
 #include "orv/string.h"
 #include "orv/trace_stream.h"
+#include "test_interfaces.h"
 
 namespace {
-
-struct IFirstTest : orv::IObject {
-  static constexpr uint32_t kIid = 0x7e570001;
-  virtual uint32_t First() = 0;
-
- protected:
-  ~IFirstTest() = default;
-};
-
-struct ISecondTest : orv::IObject {
-  static constexpr uint32_t kIid = 0x7e570002;
-  virtual uint32_t Second() = 0;
-
- protected:
-  ~ISecondTest() = default;
-};
 
 // What the next Widget does; reset by the fixture.
 struct Script {

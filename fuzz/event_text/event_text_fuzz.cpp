@@ -50,12 +50,9 @@ qel::Variant MakeValue(Input& input) {
     }
     case 15: {
       const std::string bytes = input.Bytes((input.Number<uint16_t>() % 2048) * 2);
-      orv::types::string16_t text;
-      for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        text.push_back(static_cast<char16_t>(static_cast<uint8_t>(bytes[i]) |
-                                             static_cast<uint8_t>(bytes[i + 1]) << 8));
-      }
-      return qel::Variant::String16(std::move(text));
+      std::u16string text(bytes.size() / 2, u'\0');
+      std::memcpy(text.data(), bytes.data(), text.size() * 2);
+      return qel::Variant::String16(orv::types::string16_t(text));
     }
     case 0x4009:
       return qel::Variant::Array(9, orv::types::vector_t<uint32_t>({input.Number<uint32_t>()}));
@@ -79,9 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     qel::UserInfo user;
     user.uid = input.Number<uint32_t>();
     const std::string name = input.Bytes(input.Byte());
-    for (const char character : name) {
-      user.name.push_back(static_cast<uint8_t>(character));
-    }
+    user.name = orv::types::string16_t(std::u16string(name.begin(), name.end()));
     record.user = user;
   }
   while (!input.empty() && record.additionalFields.size() < 64) {

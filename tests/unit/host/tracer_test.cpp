@@ -39,8 +39,9 @@ void Emit(orv::ITracer& tracer, uint32_t level, const std::string& text) {
   ASSERT_EQ(tracer.PutRecord(record.data, text.size()), 0);
 }
 
-// The whole line at one level; the other level names show in the cases below.
-TEST(StderrTracerTest, PutRecord_GrantedLevel_WritesOneLine_AboveThresholdRefused) {
+// The whole line at level 300; a level above the threshold refused until it is raised; a grown
+// record keeps what was written before the growth.
+TEST(StderrTracerTest, PutRecord_LineShapeThresholdAndGrowth) {
   Output output;
   auto tracer = MakeObject<StderrTracer>(500, output.fd());
   Emit(*tracer, 300, "UpdateServiceSettingsSync() serviceKey=0xb10fd857, sync=1");
@@ -56,19 +57,13 @@ TEST(StderrTracerTest, PutRecord_GrantedLevel_WritesOneLine_AboveThresholdRefuse
   tracer->SetThreshold(800);
   Emit(*tracer, 800, "now granted");
   EXPECT_NE(output.Written().find("DETAIL now granted\n"), std::string::npos);
-}
 
-TEST(StderrTracerTest, GetRecord_Grow_KeepsWrittenBytes) {
-  Output output;
-  auto tracer = MakeObject<StderrTracer>(800, output.fd());
-  orv::TraceRecord record;
   ASSERT_EQ(tracer->GetRecord(500, &record, 16), 0);
   std::memcpy(record.data, "0123456789abcdef", 16);
   ASSERT_EQ(tracer->GetRecord(orv::trace_level::kGrow, &record, 8192), 0);
   std::memset(record.data + 16, 'x', 8192 - 16);
   ASSERT_EQ(tracer->PutRecord(record.data, 8192), 0);
-  const std::string written = output.Written();
-  EXPECT_NE(written.find(" WARNING 0123456789abcdef" + std::string(8192 - 16, 'x') + "\n"),
+  EXPECT_NE(output.Written().find(" WARNING 0123456789abcdef" + std::string(8192 - 16, 'x') + "\n"),
             std::string::npos);
 }
 

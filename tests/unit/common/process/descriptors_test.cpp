@@ -8,6 +8,7 @@
 #include "forked.h"
 #include "qel/tools/kernel_release.h"
 #include "qel/tools/process_runner.h"
+#include "qel/tools/unique_fd.h"
 #include "support/scratch.h"
 #include "test_options.h"
 
@@ -53,20 +54,17 @@ TEST(CloseOtherDescriptors, Listing_ClosesAllAboveStandardOnes) {
 TEST(RunProcess, GivenDescriptors_RedirectedWithGivenEnvironment) {
   TempDir dir;
   WriteText(dir / "in", "input\n");
-  const int in = open((dir / "in").c_str(), O_RDONLY | O_CLOEXEC);
-  const int out = open((dir / "out").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-  const int err = open((dir / "err").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  const UniqueFd in(open((dir / "in").c_str(), O_RDONLY | O_CLOEXEC));
+  const UniqueFd out(open((dir / "out").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+  const UniqueFd err(open((dir / "err").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
   const char* const args[] = {"sh", "-c", "cat; echo \"$EXTRA\" >&2", nullptr};
   const char* const env[] = {"EXTRA=given", nullptr};
   ProcessOptions options = TestOptions(args);
   options.env = env;
-  options.stdinFd = in;
-  options.stdoutFd = out;
-  options.stderrFd = err;
+  options.stdinFd = in.Get();
+  options.stdoutFd = out.Get();
+  options.stderrFd = err.Get();
   EXPECT_EQ(RunProcess(options), orv::errors::kOk);
-  close(in);
-  close(out);
-  close(err);
   EXPECT_EQ(ReadText(dir / "out"), "input\n");
   EXPECT_EQ(ReadText(dir / "err"), "given\n");
 }
@@ -95,7 +93,7 @@ TEST(RunProcess, OutputDescriptorAtZero_MovedBeforeInputTakesIt) {
 TEST(RunProcessDetached, Daemon_RunsInOwnSessionInRootWithClearedUmask) {
   TempDir dir;
   const std::string outPath = dir / "out";
-  const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  const UniqueFd out(open(outPath.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
   // The daemon's session is a new one, made by the first child.
   const std::string ourSession = std::to_string(getsid(0));
   const char* const args[] = {"sh",
@@ -105,9 +103,8 @@ TEST(RunProcessDetached, Daemon_RunsInOwnSessionInRootWithClearedUmask) {
                               ourSession.c_str(),
                               nullptr};
   ProcessOptions options = TestOptions(args);
-  options.stdoutFd = out;
+  options.stdoutFd = out.Get();
   EXPECT_EQ(RunProcessDetached(options), orv::errors::kOk);
-  close(out);
   const std::string expected = "/\n0000\nother\n";
   Eventually([&] { return ReadText(outPath) == expected; }, std::chrono::seconds(20));
   EXPECT_EQ(ReadText(outPath), expected);

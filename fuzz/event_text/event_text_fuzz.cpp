@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "orv/exception.h"
 #include "qel/event_text.h"
 
 namespace {

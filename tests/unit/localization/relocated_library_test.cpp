@@ -3,9 +3,9 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "qel/tools/localization.h"
@@ -25,9 +25,8 @@ TEST(LocalizationRelocated, ReadsTheTextsBesideItsOwnFile) {
   ASSERT_NE(binaryDir, nullptr);
   const tti::test::TempDir tree;
   const std::string& root = tree.path();
-  for (const char* folder : {"/bin", "/share", "/share/localization", "/share/localization/en"}) {
-    ASSERT_EQ(::mkdir((root + folder).c_str(), 0755), 0) << folder;
-  }
+  std::filesystem::create_directories(root + "/bin");
+  std::filesystem::create_directories(root + "/share/localization/en");
   tti::test::WriteTextFile(
       root + "/bin/liblocalization.so",
       tti::test::ReadTextFile(std::string(binaryDir) + "/bin/liblocalization.so"), 0755);

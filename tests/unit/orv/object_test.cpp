@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -103,30 +104,28 @@ TEST_F(ObjectShellTest, Release_FinalReleaseSeesMembersThenMemoryGoesBack) {
   EXPECT_EQ(m_tracer->Texts(800), std::vector<std::string>{std::string("FinalRelease ") + kName});
 }
 
-TEST_F(ObjectShellTest, CreateInstance_Throws_ReportedWithPrefix) {
-  for (bool inConstructor : {true, false}) {
-    g_script = Script{};
-    g_script.throwInConstructor = inConstructor;
-    g_script.throwInFinalConstruct = !inConstructor;
+// A throw is reported with the prefix as 0x8000005c; FinalConstruct's own failure is returned as
+// it is, without a line. Either way the object is undone: a half-built one gets no FinalRelease, a
+// built one does when its reference goes.
+TEST_F(ObjectShellTest, CreateInstance_Fails_ReportedAndUndone) {
+  // what the Widget does, the result, what was thrown, FinalRelease calls
+  const std::tuple<Script, uint32_t, const char*, int> cases[] = {
+      {Script{true}, 0x8000005c, "in constructor", 0},
+      {Script{false, true}, 0x8000005c, "in FinalConstruct", 1},
+      {Script{false, false, orv::MakeResult(0x80000045)}, 0x80000045, nullptr, 1}};
+  for (const auto& [script, result, thrown, finalReleases] : cases) {
+    g_script = script;
     m_tracer->Clear();
     void* object = nullptr;
-    EXPECT_EQ(Create(0, &object), orv::MakeResult(0x8000005c));
+    EXPECT_EQ(Create(0, &object), orv::MakeResult(result));
     EXPECT_EQ(object, nullptr);
     EXPECT_EQ(orv::ModuleLockCount.load(), m_lockCount);
     EXPECT_EQ(m_tracer->Texts(300),
-              std::vector<std::string>{std::string("Exception during object construction:  ") +
-                                       (inConstructor ? "in constructor" : "in FinalConstruct")});
-    // A half-built object gets no FinalRelease; a built one does when its reference goes.
-    EXPECT_EQ(g_script.finalReleases, inConstructor ? 0 : 1);
+              thrown ? std::vector<std::string>{"Exception during object construction:  " +
+                                                std::string(thrown)}
+                     : std::vector<std::string>{});
+    EXPECT_EQ(g_script.finalReleases, finalReleases);
   }
-}
-
-TEST_F(ObjectShellTest, CreateInstance_FinalConstructFails_ResultReturned) {
-  g_script.finalConstructResult = orv::MakeResult(0x80000045);
-  void* object = nullptr;
-  EXPECT_EQ(Create(0, &object), orv::MakeResult(0x80000045));
-  EXPECT_EQ(g_script.finalReleases, 1);
-  EXPECT_TRUE(m_tracer->Texts(300).empty());
 }
 
 TEST_F(ObjectShellTest, CreateInstance_NoTracerService_GetInterfaceExceptionCode) {

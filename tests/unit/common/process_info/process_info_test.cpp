@@ -20,13 +20,6 @@ class ProcessInfo : public testing::Test {
         m_host(host::HostServices::Create(m_tracer.get())) {}
 
   orv::IServiceLocator* locator() { return m_host.locator.get(); }
-  uint64_t UniquePidOf(int32_t pid) {
-    orv::intrusive_ptr<IProcessInformation> process;
-    EXPECT_EQ(m_host.processes->GetInformation(pid, process.Ref()), 0);
-    ProcessInformation information;
-    EXPECT_EQ(process->GetInformation(information), 0);
-    return information.uniquePid;
-  }
 
   orv::intrusive_ptr<host::CapturingTracer> m_tracer;
   host::HostServices m_host;
@@ -69,7 +62,9 @@ TEST_F(ProcessInfo, UserOfAChildUnderAnotherUid) {
   EXPECT_EQ(user->uid, 65534u);
   EXPECT_EQ(user->name, std::u16string_view(u"nobody"));
 
-  const uint64_t uniquePid = UniquePidOf(child.pid());
+  ProcessInformation information;
+  ASSERT_EQ(GetProcessInfo(locator(), child.pid(), information), 0);
+  const uint64_t uniquePid = information.uniquePid;
   int32_t pid = -1;
   GetPid(locator(), uniquePid, pid);
   EXPECT_EQ(pid, child.pid());

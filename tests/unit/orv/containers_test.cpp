@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "host/host_object.h"
@@ -116,12 +117,8 @@ TEST_F(ContainersTest, String_SelfAppendAcrossGrowth_FailedGrowthLeavesItUnchang
   EXPECT_TRUE(inlineText.IsInline());
   EXPECT_EQ(heapText.view(), std::string(16, 'h'));
   EXPECT_EQ(heapText.capacity(), 30u);
-  try {
-    heapText.reserve_extra(SIZE_MAX / 2);
-    FAIL();
-  } catch (const std::length_error& error) {
-    EXPECT_STREQ(error.what(), "orv::basic_string_t::reserve_extra()");
-  }
+  EXPECT_THAT([&] { heapText.reserve_extra(SIZE_MAX / 2); },
+              testing::ThrowsMessage<std::length_error>("orv::basic_string_t::reserve_extra()"));
 }
 
 TEST_F(ContainersTest, Vector_GrowthFourThenDoublingAndReserveRule) {
@@ -177,12 +174,8 @@ TEST_F(ContainersTest, Vector_AllocatorRules) {
 }
 
 TEST_F(ContainersTest, Vector_FailedConstruction_GivesBackAllocator) {
-  try {
-    vector_t<int> tooMany(SIZE_MAX, m_a.get());
-    FAIL();
-  } catch (const std::length_error& error) {
-    EXPECT_STREQ(error.what(), "construct");
-  }
+  EXPECT_THAT([&] { vector_t<int> tooMany(SIZE_MAX, m_a.get()); },
+              testing::ThrowsMessage<std::length_error>("construct"));
   m_a->FailAll(true);
   EXPECT_THROW(vector_t<int>(10, m_a.get()), std::bad_alloc);
   const vector_t<int> source({1, 2, 3}, m_b.get());

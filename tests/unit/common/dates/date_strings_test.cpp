@@ -1,5 +1,6 @@
 #include "qel/tools/date_strings.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <clocale>
@@ -117,12 +118,8 @@ TEST(Dates, FormatDateLimits) {
   for (int i = 0; i < 200; ++i) {
     wide += "%c";  // some 4800 bytes of output: more than the buffer
   }
-  try {
-    FormatDate(time, wide.c_str());
-    ADD_FAILURE() << "no exception";
-  } catch (const std::out_of_range& error) {
-    EXPECT_STREQ(error.what(), "Format specification is too long");
-  }
+  EXPECT_THAT([&] { FormatDate(time, wide.c_str()); },
+              testing::ThrowsMessage<std::out_of_range>("Format specification is too long"));
 }
 
 // A failure leaves the record as it was; digits are ticks as they are, in any zone.

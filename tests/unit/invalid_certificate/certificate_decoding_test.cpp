@@ -5,7 +5,6 @@
 #include <openssl/x509.h>
 
 #include <string>
-#include <vector>
 
 #include "engine/connections.h"
 #include "host/capturing_tracer.h"

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "component/traffic_processing/protocollers/ssl/auto_excludes/auto_excludes.h"
@@ -94,23 +95,21 @@ TEST_F(ApplyTest, Set_Policy_WritesAndFlushesTheVerifierPair) {
   ASSERT_EQ(configurator->SetNetSettings(settings), 0);
   auto verifier =
       Stored<crypto::CertificateChainVerificationSettings>(crypto::CLSID_CertificateChainVerifier);
-  EXPECT_EQ(verifier.value1, 6u);
-  EXPECT_EQ(verifier.value2, 2u);
-  EXPECT_EQ(verifier.value3, 60000u);
+  EXPECT_EQ(std::tie(verifier.value1, verifier.value2, verifier.value3),
+            std::make_tuple(6u, 2u, 60000u));
   EXPECT_EQ(NewFlushes(), 1u);
   // Any non-zero value is a full check.
   settings.CertificateVerificationPolicy = static_cast<qel::CertificateVerificationPolicy::Type>(5);
   ASSERT_EQ(configurator->SetNetSettings(settings), 0);
   verifier =
       Stored<crypto::CertificateChainVerificationSettings>(crypto::CLSID_CertificateChainVerifier);
-  EXPECT_EQ(verifier.value1, 7u);
-  EXPECT_EQ(verifier.value2, 7u);
+  EXPECT_EQ(std::tie(verifier.value1, verifier.value2), std::make_tuple(7u, 7u));
 }
 
 TEST_F(ApplyTest, Set_ModeTwoStored_WrittenBackAsOne) {
   tm::pdkSettings engine;
   engine.ssl.mode = 2;
-  Store(tm::CLDIS_TcpInterceptor, engine);
+  services.settings->Seed(tm::CLDIS_TcpInterceptor, engine);
   EXPECT_EQ(configurator->SetNetSettings(Current()), 0);
   EXPECT_EQ(Stored<tm::pdkSettings>(tm::CLDIS_TcpInterceptor).ssl.mode, 1u);
 }
@@ -120,7 +119,7 @@ TEST_F(ApplyTest, Set_ExcludesChange_ReplacesSectionKeepsOtherFields) {
   engine.number1 = 42;      // kept
   engine.ssl.number64 = 9;  // not compared, reset by the write
   engine.ports.push_back(tm::InterceptedPort{true, orv::types::string16_t(u"HTTP"), 80});
-  Store(tm::CLDIS_TcpInterceptor, engine);
+  services.settings->Seed(tm::CLDIS_TcpInterceptor, engine);
   qel::settings::NetSettings settings = Current();
   settings.ManageExclusions = true;
   settings.sslExcludes.push_back(orv::types::string8_t("  b.example "));

@@ -8,7 +8,6 @@
 #include "orv/intrusive_ptr.h"
 #include "qel/tcp_traffic_interceptor/class_ids.h"
 #include "qel/tcp_traffic_interceptor/tcp_interceptor_configurator.h"
-#include "qel/web_av_info_provider.h"
 #include "support/module_fixture.h"
 
 namespace tti_test {
@@ -21,10 +20,8 @@ class ConfiguratorTest : public ModuleTest {
     configurator = Create<qel::tcp_traffic_interceptor::ITcpInterceptorConfigurator>(
         qel::tcp_traffic_interceptor::CLSID_TcpInterceptorConfigurator);
     ASSERT_TRUE(configurator);
-    provider = As<qel::IWebAvInfoProvider>(configurator.get());
   }
   void TearDown() override {
-    provider.reset();
     configurator.reset();
     ModuleTest::TearDown();
   }
@@ -39,10 +36,6 @@ class ConfiguratorTest : public ModuleTest {
   uint32_t Revision(uint32_t serviceKey) {
     return services.settings->Revision(serviceKey, Record::kTypeId);
   }
-  template <class Record>
-  void Store(uint32_t serviceKey, const Record& record) {
-    services.settings->Seed(serviceKey, record);
-  }
   qel::settings::NetSettings Current() {
     qel::settings::NetSettings settings;
     EXPECT_EQ(configurator->GetNetSettings(settings), 0);
@@ -50,7 +43,6 @@ class ConfiguratorTest : public ModuleTest {
   }
 
   orv::intrusive_ptr<qel::tcp_traffic_interceptor::ITcpInterceptorConfigurator> configurator;
-  orv::intrusive_ptr<qel::IWebAvInfoProvider> provider;
 };
 
 }  // namespace tti_test

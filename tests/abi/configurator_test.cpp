@@ -9,6 +9,7 @@
 #include "configurator_fixture.h"
 #include "crypto/certificate_chain_verification_settings.h"
 #include "qel/tcp_traffic_interceptor/invalid_certificate_handler_settings.h"
+#include "qel/web_av_info_provider.h"
 
 namespace {
 
@@ -69,10 +70,12 @@ TEST_F(ConfiguratorTest, GetNetSettings_MapsStoredRecords) {
     rule.mask = mask;
     engine.ssl.excludes.push_back(rule);
   }
-  Store(tm::CLDIS_TcpInterceptor, engine);
-  Store(tti::CLSID_InvalidCertificateHandler,
-        tti::InvalidCertificateHandlerSettings{qel::UntrustedCertificateAction::Block, false});
-  Store(crypto::CLSID_CertificateChainVerifier, crypto::CertificateChainVerificationSettings{7, 2});
+  services.settings->Seed(tm::CLDIS_TcpInterceptor, engine);
+  services.settings->Seed(
+      tti::CLSID_InvalidCertificateHandler,
+      tti::InvalidCertificateHandlerSettings{qel::UntrustedCertificateAction::Block, false});
+  services.settings->Seed(crypto::CLSID_CertificateChainVerifier,
+                          crypto::CertificateChainVerificationSettings{7, 2});
 
   qel::settings::NetSettings settings;
   settings.ManageExclusions = true;
@@ -87,7 +90,7 @@ TEST_F(ConfiguratorTest, GetNetSettings_MapsStoredRecords) {
   EXPECT_EQ(settings.CertificateVerificationPolicy, qel::CertificateVerificationPolicy::LocalCheck);
 
   // With no rules the flag keeps the caller's value.
-  Store(tm::CLDIS_TcpInterceptor, tm::pdkSettings{});
+  services.settings->Seed(tm::CLDIS_TcpInterceptor, tm::pdkSettings{});
   settings.ManageExclusions = true;
   ASSERT_EQ(configurator->GetNetSettings(settings), 0);
   EXPECT_TRUE(settings.ManageExclusions);
@@ -104,6 +107,7 @@ TEST_F(ConfiguratorTest, GetNetSettings_ReadFails_StopsThereWithItsTrace) {
 }
 
 TEST_F(ConfiguratorTest, Excludes_AutoTrafmonAndUser) {
+  const auto provider = As<qel::IWebAvInfoProvider>(configurator.get());
   qel::ssl::Excludes autoExcludes;
   autoExcludes.push_back(orv::types::string16_t(u"replaced"));
   ASSERT_EQ(provider->GetAutoSslExcludes(autoExcludes), 0);

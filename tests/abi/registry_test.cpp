@@ -24,9 +24,15 @@ class RegistryTest : public ModuleTest {
   }
 };
 
-TEST_F(RegistryTest, QueryInterface_FirstInterfaceAndSecondShareOneCount) {
+// The test's TearDown checks that no object of the module is left.
+TEST_F(RegistryTest, CreateInstance_UnknownInterfaceGivesNothing_TwoInterfacesShareOneCount) {
   orv::intrusive_ptr<orv::IObjectFactory> factory = Factory(kRegistry);
-  void* first = nullptr;
+  void* first = reinterpret_cast<void*>(0x1);
+  EXPECT_EQ(factory->CreateInstance(services.locator.get(), orv::IObjectFactory::kIid, &first),
+            orv::MakeResult(0x80000001));
+  EXPECT_EQ(first, nullptr);
+  EXPECT_EQ(services.allocator->outstanding(), 0);
+
   ASSERT_EQ(factory->CreateInstance(services.locator.get(), 0, &first), 0);
   auto* registry = static_cast<orv::IStructMetaInfoRegistry*>(first);
   void* again = nullptr;
@@ -41,17 +47,6 @@ TEST_F(RegistryTest, QueryInterface_FirstInterfaceAndSecondShareOneCount) {
   factory.reset();
   EXPECT_EQ(module().CanUnloadModule(), 1);
   EXPECT_EQ(registry->Release(), 0u);
-  EXPECT_EQ(services.allocator->outstanding(), 0);
-}
-
-TEST_F(RegistryTest, CreateInstance_UnknownInterfaceLeavesNothingBehind) {
-  orv::intrusive_ptr<orv::IObjectFactory> factory = Factory(kRegistry);
-  void* object = reinterpret_cast<void*>(0x1);
-  EXPECT_EQ(factory->CreateInstance(services.locator.get(), orv::IObjectFactory::kIid, &object),
-            orv::MakeResult(0x80000001));
-  EXPECT_EQ(object, nullptr);
-  factory.reset();
-  EXPECT_EQ(module().CanUnloadModule(), 0);
   EXPECT_EQ(services.allocator->outstanding(), 0);
 }
 

@@ -4,8 +4,10 @@
 
 #include <cstdlib>
 #include <regex>
-#include <sstream>
 #include <stdexcept>
+
+#include <boost/property_tree/ini_parser.hpp>
+#include <boost/property_tree/ptree.hpp>
 
 #include "support/scratch.h"
 
@@ -79,15 +81,10 @@ void AlertPageTest::ReplaceBuildFile(const std::string& relativePath, const std:
 }
 
 std::string CatalogText(const std::string& key) {
-  std::istringstream lines(
-      tti::test::ReadText(BinaryDir() + "/share/localization/en/traffic_processing.ini"));
-  const std::string prefix = key + " = ";
-  for (std::string line; std::getline(lines, line);) {
-    if (line.rfind(prefix, 0) == 0) {
-      return line.substr(prefix.size());
-    }
-  }
-  throw std::runtime_error("no text for " + key);
+  boost::property_tree::ptree catalog;
+  boost::property_tree::read_ini(BinaryDir() + "/share/localization/en/traffic_processing.ini",
+                                 catalog);
+  return catalog.get<std::string>(key);
 }
 
 std::string LeftOverMark(const std::string& page) {

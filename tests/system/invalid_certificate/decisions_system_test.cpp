@@ -164,47 +164,45 @@ TEST_F(HandlerTest, Process_OffExcludesNothingAndAsksNobody_OnExcludesWithoutAUs
   verdict = auto_excludes::AutoExcludeVerdict::NotExcluded;
   ASSERT_EQ(request->Process(exclude, verdict), 0);
   EXPECT_EQ(verdict, auto_excludes::AutoExcludeVerdict::Excluded);
-  const auto events = Events();
+  auto events = Events();
   ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0]["EventType"], "DomainAutoExcluded");
-  EXPECT_EQ(events[0]["DangerLevel"], "Warning");
-  EXPECT_EQ(events[0]["Domain"], "b\u00fccher.example");
-  EXPECT_EQ(Keys(events[0]),
-            (std::vector<std::string>{"EventType", "EventId", "Initiator", "Date", "DangerLevel",
-                                      "Domain", "TaskName", "TaskType", "TaskId"}));
+  events[0]["Date"] = "*";
+  const auto expected = nlohmann::ordered_json::parse(R"({"EventType": "DomainAutoExcluded",
+      "EventId": "0", "Initiator": "Product", "Date": "*", "DangerLevel": "Warning",
+      "Domain": "b\u00fccher.example", "TaskName": "Web Threat Protection",
+      "TaskType": "Web_Threat_Protection", "TaskId": "41"})");
+  EXPECT_EQ(events[0].dump(), expected.dump());
   EXPECT_TRUE(tracer->Contains("AutoExcludeVerdict&): b\u00fccher.example"));
 }
 
 TEST_F(HandlerTest, Settings_FreshHandlerAllowsAndMayExclude) {
+  using Settings = qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings;
   auto handler = CreateHandler();
   auto settings =
       As<qel::tcp_traffic_interceptor::IInvalidCertificateHandlerSettings>(handler.get());
-  qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings read;
-  read.action = qel::UntrustedCertificateAction::Block;
-  read.addToAutoExcludes = false;
+  Settings read{qel::UntrustedCertificateAction::Block, false};
   ASSERT_EQ(settings->GetSettings(&read), 0);
-  EXPECT_EQ(read, qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings());
+  EXPECT_EQ(read, Settings());
 
-  auto construct =
-      As<qel::tcp_traffic_interceptor::IInvalidCertificateHandlerConstruct>(handler.get());
-  qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings odd;
-  odd.action = static_cast<qel::UntrustedCertificateAction::Type>(9);
-  odd.addToAutoExcludes = false;
-  ASSERT_EQ(construct->Construct(&odd), 0);
+  const Settings odd{static_cast<qel::UntrustedCertificateAction::Type>(9), false};
+  ASSERT_EQ(As<qel::tcp_traffic_interceptor::IInvalidCertificateHandlerConstruct>(handler.get())
+                ->Construct(&odd),
+            0);
   ASSERT_EQ(settings->GetSettings(&read), 0);
   EXPECT_EQ(read, odd);  // stored as given, not validated
 }
 
 TEST_F(HandlerTest, Create_WithoutTemplateOrTaskManagerFails) {
+  orv::intrusive_ptr<ssl::IInvalidCertificateResolver> handler;
+  const auto create = [&] {
+    return Factory(kHandlerClass)
+        ->CreateInstance(services.locator.get(), ssl::IInvalidCertificateResolver::kIid,
+                         reinterpret_cast<void**>(handler.Ref()));
+  };
   // A second tmpfs over /opt hides the template for this test only; the product tree comes back
   // on top of it afterwards.
   tti::test::MountTmpfs("/opt");
-  orv::intrusive_ptr<ssl::IInvalidCertificateResolver> handler;
-  const result_t noTemplate =
-      Factory(kHandlerClass)
-          ->CreateInstance(services.locator.get(), ssl::IInvalidCertificateResolver::kIid,
-                           reinterpret_cast<void**>(handler.Ref()));
-  EXPECT_LT(noTemplate, 0);
+  EXPECT_LT(create(), 0);
   EXPECT_FALSE(handler);
   EXPECT_TRUE(
       tracer->Contains("Cannot read html template "
@@ -213,11 +211,7 @@ TEST_F(HandlerTest, Create_WithoutTemplateOrTaskManagerFails) {
   ::umount("/opt");
 
   services.locator->Remove(qel::IQelTaskManager::kIid);
-  const result_t noTasks =
-      Factory(kHandlerClass)
-          ->CreateInstance(services.locator.get(), ssl::IInvalidCertificateResolver::kIid,
-                           reinterpret_cast<void**>(handler.Ref()));
-  EXPECT_EQ(noTasks, static_cast<result_t>(0x8000004cu));
+  EXPECT_EQ(create(), static_cast<result_t>(0x8000004cu));
   EXPECT_TRUE(tracer->Contains("Cannot get IQelTaskManager interface"));
 }
 

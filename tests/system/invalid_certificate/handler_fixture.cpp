@@ -81,26 +81,11 @@ std::vector<nlohmann::ordered_json> HandlerTest::Events() const {
   return events;
 }
 
-std::vector<std::string> HandlerTest::Keys(const nlohmann::ordered_json& event) {
-  std::vector<std::string> keys;
-  for (const auto& item : event.items()) {
-    keys.push_back(item.key());
-  }
-  return keys;
-}
-
 void HandlerTest::ConfigureTasks(qel::TaskState::Type threat, qel::TaskState::Type control) {
-  qel::TaskInfo threatTask;
-  threatTask.id = 41;
-  threatTask.name = orv::types::string16_t(u"Web Threat Protection");
-  threatTask.type = orv::types::string16_t(u"Web_Threat_Protection");
-  threatTask.state = threat;
-  qel::TaskInfo controlTask;
-  controlTask.id = 42;
-  controlTask.name = orv::types::string16_t(u"Web Control");
-  controlTask.type = orv::types::string16_t(u"Web_Control");
-  controlTask.state = control;
-  services.tasks->Configure({threatTask, controlTask});
+  using Text = orv::types::string16_t;
+  services.tasks->Configure(
+      {qel::TaskInfo{41, Text(u"Web Threat Protection"), Text(u"Web_Threat_Protection"), threat},
+       qel::TaskInfo{42, Text(u"Web Control"), Text(u"Web_Control"), control}});
 }
 
 }  // namespace tti_test

@@ -50,7 +50,6 @@ class HandlerTest : public ModuleTest {
   engine::SslConnectionData Connection(const std::string& domain) const;
   // The events written so far, each one JSON object with its keys in the written order.
   std::vector<nlohmann::ordered_json> Events() const;
-  static std::vector<std::string> Keys(const nlohmann::ordered_json& event);
   // The running web threat protection task (id 41) and a web control task (id 42) in `control`.
   void ConfigureTasks(qel::TaskState::Type threat, qel::TaskState::Type control);
 

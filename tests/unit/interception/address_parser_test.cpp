@@ -1,5 +1,6 @@
 #include "address_parser.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -60,12 +61,8 @@ INSTANTIATE_TEST_SUITE_P(
 class ParseRejected : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(ParseRejected, Parse_InvalidText_ThrowsInvalidFormat) {
-  try {
-    ParseEndpointAddress(GetParam());
-    ADD_FAILURE() << "accepted " << GetParam();
-  } catch (const std::runtime_error& error) {
-    EXPECT_STREQ(error.what(), "Invalid format of ip address");
-  }
+  EXPECT_THAT([this] { ParseEndpointAddress(GetParam()); },
+              ::testing::ThrowsMessage<std::runtime_error>("Invalid format of ip address"));
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -5,7 +5,6 @@
 #include <openssl/x509.h>
 
 #include <string>
-#include <vector>
 
 #include "engine/connections.h"
 #include "host/capturing_tracer.h"
@@ -26,24 +25,13 @@ constexpr result_t kEngineFailure = static_cast<result_t>(0x80000042u);
 constexpr int64_t kTicksPerSecond = 10000000;
 constexpr int64_t kUnixEpochTicks = 116444736000000000;
 
-qel::RawCert ToRaw(const std::vector<uint8_t>& der) {
-  return tti::test::BytesAs<qel::RawCert>(der);
-}
-
-engine::Der ToDer(const TestCertificate& certificate) {
-  const auto der = certificate.Der();
-  return engine::Der(der.begin(), der.end());
+qel::RawCert ToRaw(const TestCertificate& certificate) {
+  return tti::test::BytesAs<qel::RawCert>(certificate.Der());
 }
 
 // Re-signs after a change, so that the bytes stay a well-formed certificate.
 void Resign(const TestCertificate& certificate, const TestCertificate& signer) {
   ASSERT_GT(X509_sign(certificate.x509.get(), signer.key.get(), EVP_sha256()), 0);
-}
-
-void SetNotAfter(const TestCertificate& certificate, const TestCertificate& signer,
-                 const char* generalizedTime) {
-  ASSERT_EQ(ASN1_TIME_set_string(X509_getm_notAfter(certificate.x509.get()), generalizedTime), 1);
-  Resign(certificate, signer);
 }
 
 class CertificateDecodingTest : public ::testing::Test {
@@ -58,8 +46,8 @@ class CertificateDecodingTest : public ::testing::Test {
     engine::SslConnectionData data;
     data.domain = "bad.example";
     data.verificationResult = 0x80020003;
-    data.serverCertificate = ToDer(server);
-    data.chain.certificates = {ToDer(server), ToDer(intermediate), ToDer(root)};
+    data.serverCertificate = server.Der();
+    data.chain.certificates = {server.Der(), intermediate.Der(), root.Der()};
     return data;
   }
 
@@ -89,9 +77,10 @@ TEST_F(CertificateDecodingTest, Decode_ExpiryByCalendarAcrossTheWholeRange) {
        static_cast<uint64_t>(kUnixEpochTicks + 253402300799LL * kTicksPerSecond)},
   };
   for (const Row& row : rows) {
-    SetNotAfter(server, root, row.notAfter);
+    ASSERT_EQ(ASN1_TIME_set_string(X509_getm_notAfter(server.x509.get()), row.notAfter), 1);
+    Resign(server, root);
     UntrustedCertificate cert;
-    ASSERT_EQ(DecodeCertificate(ToRaw(server.Der()), cert, tracer.get()), 0) << row.notAfter;
+    ASSERT_EQ(DecodeCertificate(ToRaw(server), cert, tracer.get()), 0) << row.notAfter;
     EXPECT_EQ(cert.expirationDate, row.ticks) << row.notAfter;
     EXPECT_TRUE(cert.pemChain.empty());
   }
@@ -109,18 +98,12 @@ TEST_F(CertificateDecodingTest, Decode_LongNamesAreCut) {
   Resign(server, root);
 
   UntrustedCertificate cert;
-  ASSERT_EQ(DecodeCertificate(ToRaw(server.Der()), cert, tracer.get()), 0);
+  ASSERT_EQ(DecodeCertificate(ToRaw(server), cert, tracer.get()), 0);
   EXPECT_EQ(cert.issuer.view(), longName.substr(0, 255));
 }
 
 // The names and the verification result reach the page and the events of the handler's tests;
 // the order of a chain longer than two only shows here.
-TEST_F(CertificateDecodingTest, Connection_PemOfTheWholeChainInTheEnginesOrder) {
-  UntrustedCertificate cert;
-  ASSERT_EQ(Read(Connection(), cert), 0);
-  EXPECT_EQ(cert.pemChain.view(), server.Pem() + intermediate.Pem() + root.Pem());
-}
-
 TEST_F(CertificateDecodingTest, Connection_ChainEndsAtAnyAnswerButZero) {
   struct Row {
     const char* name;
@@ -130,6 +113,8 @@ TEST_F(CertificateDecodingTest, Connection_ChainEndsAtAnyAnswerButZero) {
     std::string pem;
   };
   const Row rows[] = {
+      {"whole chain, in the engine's order", 3, 0, 0,
+       server.Pem() + intermediate.Pem() + root.Pem()},
       // The names come from the server certificate, not from the chain.
       {"empty", 0, 0, 0, ""},
       {"fails at once", 3, kEngineFailure, 0, ""},
@@ -165,13 +150,12 @@ TEST_F(CertificateDecodingTest, Connection_FailedConversionsAreTracedAndLeaveThe
   notPem.chain.certificates[1] = {0x01, 0x02};
   engine::SslConnectionData badServer = Connection();
   badServer.serverCertificate = {};  // {0x30, 0x00} goes through the module in the handler tests
+  const char* getRaw =
+      "(certificate->GetRaw(raw)),(ORV_SUCCEEDED(_result)) failed: result = 0x80000042 (Not "
+      "supported) Cannot get raw certififcate";
   const Row rows[] = {
-      {"server GetRaw", serverRaw, kEngineFailure,
-       "(certificate->GetRaw(raw)),(ORV_SUCCEEDED(_result)) failed: result = 0x80000042 (Not "
-       "supported) Cannot get raw certififcate"},
-      {"chain GetRaw", chainRaw, kEngineFailure,
-       "(certificate->GetRaw(raw)),(ORV_SUCCEEDED(_result)) failed: result = 0x80000042 (Not "
-       "supported) Cannot get raw certififcate"},
+      {"server GetRaw", serverRaw, kEngineFailure, getRaw},
+      {"chain GetRaw", chainRaw, kEngineFailure, getRaw},
       {"chain PEM", notPem, static_cast<result_t>(0x8000004bu),
        "(ConvertToPEM(raw, data)),(ORV_SUCCEEDED(_result)) failed: result = 0x8000004b "
        "(Unspecified error) Cannot convert raw to PEM format"},

@@ -129,6 +129,8 @@ curl_status() {
 }
 
 start_server() {
+  # Made here: the background job creates it only once it runs, maybe after the first read below.
+  : >/tmp/server.out
   openssl s_server -accept 127.0.0.1:0 -cert /tmp/server.pem -key /tmp/server.key -www \
     >/tmp/server.out 2>&1 &
   server=$!

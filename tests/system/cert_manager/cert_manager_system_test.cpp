@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "cert_stores/conversions/cert_conversions.h"
@@ -21,6 +22,7 @@
 namespace qel::tcp_traffic_interceptor::cert_stores {
 namespace {
 
+using ::testing::HasSubstr;
 using tti::test::ChangeOwner;
 using tti::test::CreateNssDatabase;
 using tti::test::FolderBytes;
@@ -111,7 +113,7 @@ TEST_F(CertManagerTest, WrongArguments_ExitOneWithUsageAndNothingChanged) {
   for (const auto& words : cases) {
     const HelperRun run = RunHelper(words);
     EXPECT_EQ(run.exitCode, 1) << ::testing::PrintToString(words);
-    EXPECT_NE(run.output.find("cert-manager: "), std::string::npos) << run.output;
+    EXPECT_THAT(run.output, HasSubstr("cert-manager: "));
   }
   EXPECT_EQ(FolderBytes(directory), before);
 }
@@ -125,8 +127,7 @@ TEST_F(CertManagerTest, OneCertificateRefused_ExitThreeAndTheOthersDone) {
 
   const HelperRun run = Add(directory + "/cert9.db", {{"taken", m_cert.raw}, m_otherCert});
   EXPECT_EQ(run.exitCode, 3);
-  EXPECT_NE(run.output.find("cert-manager: cannot import taken: "), std::string::npos)
-      << run.output;
+  EXPECT_THAT(run.output, HasSubstr("cert-manager: cannot import taken: "));
   EXPECT_EQ(ListNssDatabase(directory), (Entries{{"taken", ",,"}, {m_otherCert.name, "C,,"}}));
   EXPECT_FALSE(NssTrustsServer(directory, m_server));
 }
@@ -141,8 +142,7 @@ TEST_F(CertManagerTest, PasswordDatabase_RefusedWithMessageAndUnchanged) {
   for (const HelperRun& run :
        {Add(directory + "/cert9.db", {m_cert}), Delete(directory + "/cert9.db", {m_otherCert})}) {
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_NE(run.output.find("is protected by a password; nothing was changed"), std::string::npos)
-        << run.output;
+    EXPECT_THAT(run.output, HasSubstr("is protected by a password; nothing was changed"));
   }
   EXPECT_EQ(ListNssDatabase(directory), entries);
   EXPECT_EQ(FolderBytes(directory), before);
@@ -152,15 +152,16 @@ TEST_F(CertManagerTest, DatabaseNotOpened_ExitTwoWithMessage) {
   const std::string damaged = m_scratch.MakeFolder("damaged");
   tti::test::WriteTextFile(damaged + "/cert9.db", "not a database, not at all\n");
   const auto before = FolderBytes(damaged);
-  const HelperRun run = Add(damaged + "/cert9.db", {m_cert});
-  EXPECT_EQ(run.exitCode, 2);
-  EXPECT_NE(run.output.find("Cannot init " + damaged + "/cert9.db"), std::string::npos)
-      << run.output;
+  // Damaged, or in a folder that is not there: store path and a part of the message.
+  const std::pair<std::string, std::string> cases[] = {
+      {damaged + "/cert9.db", "Cannot init " + damaged + "/cert9.db"},
+      {m_scratch / "no/such/cert9.db", "no/such"}};
+  for (const auto& [store, message] : cases) {
+    const HelperRun run = Add(store, {m_cert});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_THAT(run.output, HasSubstr(message));
+  }
   EXPECT_EQ(FolderBytes(damaged), before);
-
-  const HelperRun missing = Add(m_scratch / "no/such/cert9.db", {m_cert});
-  EXPECT_EQ(missing.exitCode, 2);
-  EXPECT_NE(missing.output.find("no/such"), std::string::npos) << missing.output;
 }
 
 TEST_F(CertManagerTest, LibraryLineOfModuleList_NeverLoaded) {

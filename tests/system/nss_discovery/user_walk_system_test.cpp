@@ -78,15 +78,13 @@ TEST(UserNss3Storages, ProfilePlaces_OnlyBelowThePlacesAndDirectlyInTheHome) {
     // Not found: outside the places, on the way to a deeper place, a near miss of the name, a
     // mere prefix of a root name.
     MakeNssDatabaseOf(home + "/.config/.pki/nssdb", kAlice);
-    MakeFileIn(home + "/.config/chromium/Default/cert9.db");
-    MakeFileIn(home + "/.config/cert9.db");
-    MakeFileIn(home + "/.local/cert9.db");
-    MakeFileIn(home + "/.local/share/cert9.db");
-    MakeFileIn(home + "/.local/share/pkix/nssdb/cert9.db");
-    MakeFileIn(home + "/Documents/cert9.db");
-    MakeFile(home + "/.pki/Cert9.db");
-    MakeFile(home + "/.pki/cert9.db.bak");
-    MakeFileIn(home + "/.pkix/nssdb/cert9.db");
+    const std::vector<std::string> misses(
+        {"/.config/chromium/Default/cert9.db", "/.config/cert9.db", "/.local/cert9.db",
+         "/.local/share/cert9.db", "/.local/share/pkix/nssdb/cert9.db", "/Documents/cert9.db",
+         "/.pki/Cert9.db", "/.pki/cert9.db.bak", "/.pkix/nssdb/cert9.db"});
+    for (const std::string& miss : misses) {
+      MakeFileIn(home + miss);
+    }
 
     const std::vector<Nss3Storage> expected = {
         {newer[0], kAlice, kAlice},

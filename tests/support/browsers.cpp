@@ -7,8 +7,9 @@
 
 #include <chrono>
 #include <stdexcept>
-#include <thread>
 #include <vector>
+
+#include "support/scratch.h"
 
 namespace tti::test {
 namespace {
@@ -19,23 +20,13 @@ std::string LocalUrl(int port) { return "https://127.0.0.1:" + std::to_string(po
 
 CommandResult RunChromium(const std::string& home, uint32_t uid,
                           const std::vector<std::string>& arguments) {
-  std::vector<std::string> command = {"chromium",
-                                      "--headless",
-                                      "--no-sandbox",
-                                      "--disable-gpu",
-                                      "--no-first-run",
-                                      "--no-default-browser-check",
-                                      "--disable-background-networking",
-                                      "--disable-component-update",
-                                      "--disable-sync",
-                                      "--disable-default-apps",
-                                      "--disable-extensions",
-                                      "--disable-breakpad",
-                                      "--disable-domain-reliability",
-                                      "--no-pings",
-                                      "--metrics-recording-only",
-                                      "--hide-scrollbars",
-                                      "--host-resolver-rules=MAP * ~NOTFOUND , EXCLUDE 127.0.0.1"};
+  std::vector<std::string> command(
+      {"chromium", "--headless", "--no-sandbox", "--disable-gpu", "--no-first-run",
+       "--no-default-browser-check", "--disable-background-networking",
+       "--disable-component-update", "--disable-sync", "--disable-default-apps",
+       "--disable-extensions", "--disable-breakpad", "--disable-domain-reliability", "--no-pings",
+       "--metrics-recording-only", "--hide-scrollbars",
+       "--host-resolver-rules=MAP * ~NOTFOUND , EXCLUDE 127.0.0.1"});
   command.insert(command.end(), arguments.begin(), arguments.end());
   return RunCommand(command, {"HOME=" + home}, uid);
 }
@@ -53,9 +44,8 @@ PageLoad LoadInChromium(const std::string& home, uint32_t uid, int port) {
 bool RunFirefoxUntil(const std::string& home, uint32_t uid, int port,
                      const std::function<bool()>& settled) {
   const std::string id = std::to_string(uid);
-  std::vector<std::string> words = {"setpriv",        "--reuid=" + id, "--regid=" + id,
-                                    "--clear-groups", "firefox-esr",   "--headless",
-                                    LocalUrl(port)};
+  std::vector<std::string> words({"setpriv", "--reuid=" + id, "--regid=" + id, "--clear-groups",
+                                  "firefox-esr", "--headless", LocalUrl(port)});
   std::vector<std::string> variables = {"HOME=" + home, "PATH=/usr/bin:/bin"};
   std::vector<char*> argv;
   for (std::string& word : words) {
@@ -81,16 +71,11 @@ bool RunFirefoxUntil(const std::string& home, uint32_t uid, int port,
     throw std::runtime_error("firefox-esr cannot be started");
   }
 
-  bool done = false;
-  for (int tick = 0; tick < 1200 && !(done = settled()); ++tick) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
+  const bool done = Eventually(settled, std::chrono::minutes(1));
   ::kill(-pid, SIGTERM);
   int status = 0;
-  bool reaped = false;
-  for (int tick = 0; tick < 200 && !(reaped = ::waitpid(pid, &status, WNOHANG) == pid); ++tick) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
+  const bool reaped =
+      Eventually([&] { return ::waitpid(pid, &status, WNOHANG) == pid; }, std::chrono::seconds(10));
   ::kill(-pid, SIGKILL);  // the group's content processes too
   if (!reaped) {
     ::waitpid(pid, &status, 0);

@@ -28,7 +28,7 @@ PageLoad LoadInChromium(const std::string& home, uint32_t uid, int port);
 
 // Starts headless Firefox as uid:gid `uid` with a clean environment and HOME=`home`, where it makes
 // or opens its default profile, on https://127.0.0.1:`port`/. Firefox does not end by itself and
-// whether it trusts the server shows on the server's side: `settled` is asked every 50 ms until it
+// whether it trusts the server shows on the server's side: `settled` is polled until it
 // says so or a minute has passed, then Firefox is ended (SIGTERM to its process group, SIGKILL
 // after ten seconds) and reaped. Whether `settled` said so.
 bool RunFirefoxUntil(const std::string& home, uint32_t uid, int port,

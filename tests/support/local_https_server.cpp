@@ -24,10 +24,6 @@ bool AlertedUntrusted() {
   return untrusted;
 }
 
-struct SslFree {
-  void operator()(SSL* ssl) const noexcept { SSL_free(ssl); }
-};
-
 }  // namespace
 
 LocalHttpsServer::LocalHttpsServer(const TestCertificate& certificate) {
@@ -67,7 +63,7 @@ void LocalHttpsServer::Serve() {
       }
       continue;
     }
-    std::unique_ptr<SSL, SslFree> ssl(SSL_new(m_context.get()));
+    const std::unique_ptr<SSL, void (*)(SSL*)> ssl(SSL_new(m_context.get()), SSL_free);
     ERR_clear_error();
     if (!ssl || SSL_set_fd(ssl.get(), connection.Get()) != 1 || SSL_accept(ssl.get()) != 1) {
       // A client that refuses the certificate ends here.

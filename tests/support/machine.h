@@ -15,13 +15,8 @@
 namespace tti::test {
 
 using host::sandbox::Account;
-using host::sandbox::BuildMachine;
-using host::sandbox::BundleCertificates;
-using host::sandbox::CountOf;
 using host::sandbox::LogIn;
 using host::sandbox::MakeNssDatabase;
-using host::sandbox::NssCertificates;
-using host::sandbox::WriteAccounts;
 
 // Inside a private mount namespace only: tmpfs over /etc holding a files-only nsswitch.conf and
 // `files` by name ("passwd", "group", "login.defs"), and over /var/run with an empty utmp. Make

@@ -20,8 +20,6 @@ void ModuleTest::SetUpTestSuite() {
   }
 }
 
-void ModuleTest::TearDownTestSuite() {}
-
 void ModuleTest::SetUp() {
   tracer = host::MakeObject<host::CapturingTracer>();
   services = host::HostServices::Create(tracer.get());

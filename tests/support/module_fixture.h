@@ -22,7 +22,6 @@ std::string ModulePath();
 class ModuleTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite();
-  static void TearDownTestSuite();
   void SetUp() override;
   void TearDown() override;
 

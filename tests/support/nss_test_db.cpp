@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 
@@ -71,20 +72,16 @@ void AddWithCertutil(const std::string& directory, const TestCertificate& certif
 std::map<std::string, std::string> ListNssDatabase(const std::string& directory) {
   const CommandResult run = RunClean({"certutil", "-L", "-d", "sql:" + directory});
   Require(run, "certutil -L in " + directory);
-  // A header of two lines, then "nickname<spaces>trust" with the trust as the last word.
+  // A header of two lines, then "nickname<spaces>trust" with the trust as the last word: the
+  // header's second line is that word alone, its first has no commas in its last word.
+  static const std::regex kEntry(R"((.*\S)\s+(\S*,\S*,\S*)\s*)");
   std::map<std::string, std::string> entries;
   std::istringstream lines(run.output);
-  std::string line;
-  while (std::getline(lines, line)) {
-    const size_t end = line.find_last_not_of(' ');
-    if (end == std::string::npos || line.find("Trust Attributes") != std::string::npos ||
-        line.find("SSL,S/MIME") != std::string::npos) {
-      continue;
+  std::smatch match;
+  for (std::string line; std::getline(lines, line);) {
+    if (std::regex_match(line, match, kEntry)) {
+      entries[match[1]] = match[2];
     }
-    line.resize(end + 1);
-    const size_t gap = line.find_last_of(' ');
-    const size_t nameEnd = line.find_last_not_of(' ', gap);
-    entries[line.substr(0, nameEnd + 1)] = line.substr(gap + 1);
   }
   return entries;
 }

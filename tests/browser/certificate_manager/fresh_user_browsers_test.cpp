@@ -72,11 +72,11 @@ TEST_F(FreshUserBrowsersTest, FirstStartBeforeInstall_TrustedExactlyWhileInstall
 
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
     ASSERT_TRUE(manager);
-    ASSERT_EQ(Install(manager.get(), root.Der()), 0);
+    ASSERT_EQ(manager->Install(Raw(root.Der())), 0);
     EXPECT_TRUE(ChromiumLoads(https));
     EXPECT_TRUE(FirefoxLoads(https));
 
-    ASSERT_EQ(Uninstall(manager.get(), root.Der()), 0);
+    ASSERT_EQ(manager->Uninstall(Raw(root.Der())), 0);
     EXPECT_FALSE(ChromiumLoads(https));
     EXPECT_FALSE(FirefoxLoads(https));
     for (const std::string& folder : folders) {
@@ -93,7 +93,7 @@ TEST_F(FreshUserBrowsersTest, FirstStartAfterInstall_TheNewDatabaseGetsTheRootTh
     const tti::test::LocalHttpsServer https(server);
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
     ASSERT_TRUE(manager);
-    ASSERT_EQ(Install(manager.get(), root.Der()), 0);
+    ASSERT_EQ(manager->Install(Raw(root.Der())), 0);
 
     // The first start makes the database and may read it before the module has written it.
     FirefoxLoads(https);

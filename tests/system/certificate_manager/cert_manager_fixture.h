@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "orv/intrusive_ptr.h"
 #include "qel/tcp_traffic_interceptor/certificate_manager.h"
+#include "qel/tcp_traffic_interceptor/class_ids.h"
 #include "sandbox/machine.h"
 #include "support/cert_factory.h"
 #include "support/module_fixture.h"
@@ -43,15 +45,24 @@ class CertManagerTest : public tti_test::ModuleTest {
   // CreateInstance of class 0x1205b823 asking for ICertificateManager; its result.
   result_t TryCreate(orv::intrusive_ptr<ICertificateManager>& manager);
   // The same, failing the test on a failure.
-  orv::intrusive_ptr<ICertificateManager> CreateManager();
-  result_t Install(ICertificateManager* manager, const Der& certificate);
-  result_t Uninstall(ICertificateManager* manager, const Der& certificate);
+  orv::intrusive_ptr<ICertificateManager> CreateManager() {
+    return Create<ICertificateManager>(qel::tcp_traffic_interceptor::CLSID_CertificateManager);
+  }
+  // The argument of Install and Uninstall.
+  static qel::RawCert Raw(const Der& der) { return tti::test::BytesAs<qel::RawCert>(der); }
   // FindParentCertificates through crypto::ITrustedCertificateProvider; its result.
   result_t FindParents(ICertificateManager* manager, const Der& certificate,
                        std::vector<Der>& parents);
   // Lines at `level` equal to `text`, or starting with `prefix`.
-  size_t LineCount(uint32_t level, const std::string& text) const;
-  size_t CountStartingWith(uint32_t level, const std::string& prefix) const;
+  size_t LineCount(uint32_t level, const std::string& text) const {
+    const std::vector<std::string> texts = tracer->Texts(level);
+    return std::count(texts.begin(), texts.end(), text);
+  }
+  size_t CountStartingWith(uint32_t level, const std::string& prefix) const {
+    const std::vector<std::string> texts = tracer->Texts(level);
+    return std::count_if(texts.begin(), texts.end(),
+                         [&](const std::string& text) { return text.rfind(prefix, 0) == 0; });
+  }
 
   tti::test::TempDir trustedFolder;
   orv::intrusive_ptr<RecordingInotifyProvider> inotify;

@@ -104,15 +104,15 @@ TEST_P(InstallTest, WholeMachine_RootEverywhereThenNothingLeft_RefusingStoreSkip
 
     // Not a certificate: answered 0, nothing written or cached (the snapshot below compares).
     const Der garbage = {0x30, 0x03, 0x01, 0x02, 0x03};
-    EXPECT_EQ(Install(manager.get(), garbage), 0);
-    EXPECT_EQ(Uninstall(manager.get(), garbage), 0);
+    EXPECT_EQ(manager->Install(Raw(garbage)), 0);
+    EXPECT_EQ(manager->Uninstall(Raw(garbage)), 0);
     std::vector<Der> parents;
     EXPECT_EQ(FindParents(manager.get(), server.Der(), parents), 1);
     tracer->Clear();
 
     // Twice: the second run finds its copies and adds nothing.
     for (int round = 0; round < 2; ++round) {
-      ASSERT_EQ(Install(manager.get(), root.Der()), 0);
+      ASSERT_EQ(manager->Install(Raw(root.Der())), 0);
       // The cache has it at once, without a reload, and once only.
       EXPECT_EQ(FindParents(manager.get(), server.Der(), parents), 0);
       EXPECT_EQ(parents, std::vector<Der>{root.Der()});
@@ -135,7 +135,7 @@ TEST_P(InstallTest, WholeMachine_RootEverywhereThenNothingLeft_RefusingStoreSkip
                   2, "Cannot add certificate to " + refusing + ": 0x8000004b (Unspecified error)"));
 
     tracer->Clear();
-    ASSERT_EQ(Uninstall(manager.get(), root.Der()), 0);
+    ASSERT_EQ(manager->Uninstall(Raw(root.Der())), 0);
     // The store trees are byte for byte as they were: no anchor, link or bundle entry is left.
     EXPECT_TRUE(Snapshot(layout.storeTrees) == before);
     EXPECT_EQ(Trust(layout, https.Port()), std::vector<bool>(clients, false));
@@ -176,7 +176,7 @@ TEST_F(CertManagerTest, Install_OpenSslStoresRefuse_WarnsReturnsZeroAndCaches) {
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
     ASSERT_TRUE(manager);
 
-    EXPECT_EQ(Install(manager.get(), root.Der()), 0);
+    EXPECT_EQ(manager->Install(Raw(root.Der())), 0);
     const std::vector<std::string> warnings = tracer->Texts(500);
     ASSERT_EQ(warnings.size(), 1u);
     EXPECT_EQ(warnings[0].rfind("Cannot add certificate to openssl storage: 0x8", 0), 0u)
@@ -188,7 +188,7 @@ TEST_F(CertManagerTest, Install_OpenSslStoresRefuse_WarnsReturnsZeroAndCaches) {
     EXPECT_EQ(parents, std::vector<Der>{root.Der()});
 
     tracer->Clear();
-    EXPECT_EQ(Uninstall(manager.get(), root.Der()), 0);
+    EXPECT_EQ(manager->Uninstall(Raw(root.Der())), 0);
     EXPECT_EQ(
         tracer->Texts(500),
         std::vector<std::string>{

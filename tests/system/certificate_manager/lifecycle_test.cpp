@@ -64,16 +64,14 @@ TEST_F(CertManagerTest, Lines_SmallMachine_Golden) {
     const TestCertificate root = tti::test::MakeRootCertificate("Golden Root");
     const std::string bundle = "/etc/pki/tls/certs/ca-bundle.crt";
     tti::test::WriteText(bundle, root.Pem());
-    const std::string hash = std::to_string(X509_subject_name_hash(root.x509.get()));
-    const std::string names =
-        "subject: /O=tti tests/CN=Golden Root, issuer: /O=tti tests/CN=Golden "
-        "Root with hash " +
-        hash;
+    const std::string added =
+        "add subject: /O=tti tests/CN=Golden Root, issuer: /O=tti tests/CN=Golden Root with hash " +
+        std::to_string(X509_subject_name_hash(root.x509.get()));
     {
       orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
       ASSERT_TRUE(manager);
-      EXPECT_EQ(Install(manager.get(), root.Der()), 0);
-      EXPECT_EQ(Uninstall(manager.get(), root.Der()), 0);
+      EXPECT_EQ(manager->Install(Raw(root.Der())), 0);
+      EXPECT_EQ(manager->Uninstall(Raw(root.Der())), 0);
     }
     std::vector<std::string> expected = {
         "result_t qel::tcp_traffic_interceptor::CertificateManager::FinalConstruct()",
@@ -84,19 +82,16 @@ TEST_F(CertManagerTest, Lines_SmallMachine_Golden) {
         "result_t qel::tcp_traffic_interceptor::CertificateManagerImpl::LoadCertificates()",
         "Loaded 1 from '" + bundle + "' openssl storage",
         "certificate list size: 1",
-        "add " + names,
+        added,
         "cache size 1"};
     for (const std::string& directory : tti::test::WatchedPlaces({"/home/alice", "/root"})) {
       expected.push_back("watch " + directory);
     }
-    expected.push_back("watch " + bundle);
-    expected.push_back(
-        "virtual result_t qel::tcp_traffic_interceptor::CertificateManager::Install(const "
-        "RawCert&)");
-    expected.push_back(
-        "virtual result_t qel::tcp_traffic_interceptor::CertificateManager::Uninstall(const "
-        "RawCert&)");
-    expected.push_back("void qel::tcp_traffic_interceptor::CertificateManager::FinalRelease()");
+    const std::string manager = "qel::tcp_traffic_interceptor::CertificateManager::";
+    expected.insert(expected.end(),
+                    {"watch " + bundle, "virtual result_t " + manager + "Install(const RawCert&)",
+                     "virtual result_t " + manager + "Uninstall(const RawCert&)",
+                     "void " + manager + "FinalRelease()"});
     EXPECT_EQ(tracer->Texts(800), expected);
     // The bundle held the root already: the install wrote the anchor file only, and the removal
     // took both away; nothing failed.

@@ -1,5 +1,7 @@
 #include "system/certificate_manager/recording_inotify_provider.h"
 
+#include <algorithm>
+
 #include "orv/result.h"
 
 namespace cert_manager_test {
@@ -11,12 +13,9 @@ result_t RecordingInotifyProvider::Subscribe(qel::IInotifyEventsReceiver* receiv
   if (const auto failure = m_failures.find(text); failure != m_failures.end()) {
     return failure->second;
   }
-  m_subscriptions.push_back({receiver, text, flags});
-  bool held = false;
-  for (const auto& known : m_receivers) {
-    held = held || known.get() == receiver;
-  }
-  if (!held) {
+  m_subscriptions.push_back({text, flags});
+  if (std::none_of(m_receivers.begin(), m_receivers.end(),
+                   [&](const auto& held) { return held.get() == receiver; })) {
     m_receivers.emplace_back(receiver);
   }
   return 0;
@@ -26,12 +25,11 @@ result_t RecordingInotifyProvider::Unsubscribe(qel::IInotifyEventsReceiver* rece
   orv::intrusive_ptr<qel::IInotifyEventsReceiver> released;
   std::lock_guard<std::mutex> lock(m_mutex);
   ++m_unsubscribes;
-  for (auto it = m_receivers.begin(); it != m_receivers.end(); ++it) {
-    if (it->get() == receiver) {
-      released = std::move(*it);
-      m_receivers.erase(it);
-      break;
-    }
+  const auto it = std::find_if(m_receivers.begin(), m_receivers.end(),
+                               [&](const auto& held) { return held.get() == receiver; });
+  if (it != m_receivers.end()) {
+    released = std::move(*it);
+    m_receivers.erase(it);
   }
   return 0;
 }

@@ -17,7 +17,6 @@ namespace cert_manager_test {
 class RecordingInotifyProvider final : public host::HostObject<qel::IInotifyEventsProvider> {
  public:
   struct Subscription {
-    qel::IInotifyEventsReceiver* receiver;
     std::string path;
     uint32_t flags;
   };

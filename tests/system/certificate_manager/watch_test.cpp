@@ -53,7 +53,7 @@ TEST_F(CertManagerTest, RealInotify_LoginNewDatabaseBundle_FollowedOthersIgnored
     const TestCertificate root = tti::test::MakeRootCertificate("Watched Root");
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
     ASSERT_TRUE(manager);
-    ASSERT_EQ(Install(manager.get(), root.Der()), 0);
+    ASSERT_EQ(manager->Install(Raw(root.Der())), 0);
     const auto Handled = [&](const std::string& directory) {
       return HandledBy(*tracer, directory, root.Der());
     };

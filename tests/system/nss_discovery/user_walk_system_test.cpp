@@ -7,8 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
-#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -78,15 +78,13 @@ TEST(UserNss3Storages, ProfilePlaces_OnlyBelowThePlacesAndDirectlyInTheHome) {
     // Not found: outside the places, on the way to a deeper place, a near miss of the name, a
     // mere prefix of a root name.
     MakeNssDatabaseOf(home + "/.config/.pki/nssdb", kAlice);
-    MakeFileIn(home + "/.config/chromium/Default/cert9.db");
-    MakeFileIn(home + "/.config/cert9.db");
-    MakeFileIn(home + "/.local/cert9.db");
-    MakeFileIn(home + "/.local/share/cert9.db");
-    MakeFileIn(home + "/.local/share/pkix/nssdb/cert9.db");
-    MakeFileIn(home + "/Documents/cert9.db");
-    MakeFile(home + "/.pki/Cert9.db");
-    MakeFile(home + "/.pki/cert9.db.bak");
-    MakeFileIn(home + "/.pkix/nssdb/cert9.db");
+    const std::vector<std::string> misses(
+        {"/.config/chromium/Default/cert9.db", "/.config/cert9.db", "/.local/cert9.db",
+         "/.local/share/cert9.db", "/.local/share/pkix/nssdb/cert9.db", "/Documents/cert9.db",
+         "/.pki/Cert9.db", "/.pki/cert9.db.bak", "/.pkix/nssdb/cert9.db"});
+    for (const std::string& miss : misses) {
+      MakeFileIn(home + miss);
+    }
 
     const std::vector<Nss3Storage> expected = {
         {newer[0], kAlice, kAlice},
@@ -217,9 +215,8 @@ TEST(UserNss3Storages, UnreadableDirectories_PassedOverAsAnOrdinaryUser) {
     const std::string open = home + "/.pki/open/cert9.db";
     const auto walk = [&] {
       auto paths = Paths(GetUserNss3Storages(Alice()));
-      for (const auto& path : Paths(GetUserNss3Storages(Alice("/home/closed")))) {
-        paths.push_back(path);
-      }
+      const auto closed = Paths(GetUserNss3Storages(Alice("/home/closed")));
+      paths.insert(paths.end(), closed.begin(), closed.end());
       return paths;
     };
     // Root reads them all: the difference below is the permissions, not the tree.
@@ -233,21 +230,22 @@ TEST(UserNss3Storages, UnreadableDirectories_PassedOverAsAnOrdinaryUser) {
 }
 
 // Creates `levels` nested directories named "dd" below `top` with a cert9.db at the given
-// levels; returns the path of the deepest directory.
-std::string MakeDeepTree(const std::string& top, int levels, const std::vector<int>& databases) {
+// levels; returns the paths of the databases, shallowest first.
+std::vector<std::string> MakeDeepTree(const std::string& top, int levels,
+                                      const std::vector<int>& databases) {
   std::string path = top;
+  std::vector<std::string> made;
   qel::tools::UniqueFd current(::open(top.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   for (int level = 1; level <= levels; ++level) {
     EXPECT_EQ(::mkdirat(current.Get(), "dd", 0755), 0);
     current.Reset(::openat(current.Get(), "dd", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     path += "/dd";
-    for (int at : databases) {
-      if (at == level) {
-        qel::tools::UniqueFd(::openat(current.Get(), "cert9.db", O_CREAT | O_WRONLY, 0644));
-      }
+    if (std::find(databases.begin(), databases.end(), level) != databases.end()) {
+      qel::tools::UniqueFd(::openat(current.Get(), "cert9.db", O_CREAT | O_WRONLY, 0644));
+      made.push_back(path + "/cert9.db");
     }
   }
-  return path;
+  return made;
 }
 
 // Only the soft limit moves: raising the hard one would need CAP_SYS_RESOURCE.
@@ -265,13 +263,9 @@ TEST(UserNss3Storages, TreeThousandsOfLevelsDeep_FoundAsFarAsDescriptorsReach) {
     const std::string home = "/home/alice";
     MakeDirectory(home + "/snap");
     constexpr int kLevels = 3000;
-    const std::string bottom = MakeDeepTree(home + "/snap", kLevels, {10, kLevels});
-    const std::string deep = bottom + "/cert9.db";
-    std::string shallow = home + "/snap";
-    for (int level = 1; level <= 10; ++level) {
-      shallow += "/dd";
-    }
-    shallow += "/cert9.db";
+    const std::vector<std::string> made = MakeDeepTree(home + "/snap", kLevels, {10, kLevels});
+    const std::string& shallow = made.at(0);
+    const std::string& deep = made.at(1);
     ASSERT_GT(deep.size(), 2 * tools::kLongPathLength);
 
     // One descriptor per level: with room for them all, the bottom is reached.
@@ -279,7 +273,7 @@ TEST(UserNss3Storages, TreeThousandsOfLevelsDeep_FoundAsFarAsDescriptorsReach) {
     const size_t descriptors = OpenDescriptorCount();
     // Compared without printing: the deep path has more than 9000 bytes.
     const auto found = Paths(GetUserNss3Storages(Alice()));
-    EXPECT_TRUE(found == (std::vector<std::string>{shallow, deep})) << found.size() << " found";
+    EXPECT_TRUE(found == made) << found.size() << " found";
     EXPECT_EQ(OpenDescriptorCount(), descriptors);
     // The long path works on its own as well.
     Nss3Storage storage;

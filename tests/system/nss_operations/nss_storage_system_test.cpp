@@ -5,11 +5,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "cert_stores/conversions/cert_conversions.h"
@@ -30,11 +30,6 @@ using tti::test::WriteTextFile;
 
 constexpr char kLibexec[] = "/opt/morvane/tolm/libexec";
 constexpr char kStarts[] = "/opt/morvane/tolm/libexec/starts";
-
-std::vector<RawCert> Sorted(std::vector<RawCert> certificates) {
-  std::sort(certificates.begin(), certificates.end());
-  return certificates;
-}
 
 std::vector<std::string> Names(const std::vector<Certificate>& certificates) {
   std::vector<std::string> names;
@@ -59,9 +54,11 @@ constexpr char kRecorder[] =
     "  i=$((i+1)); printf '%s' \"$word\" > /opt/morvane/tolm/libexec/starts/$$/$i\n"
     "done\n";
 
+using Starts = std::vector<std::vector<std::string>>;
+
 // The argument vector of every recorded start.
-std::vector<std::vector<std::string>> RecordedStarts() {
-  std::vector<std::vector<std::string>> starts;
+Starts RecordedStarts() {
+  Starts starts;
   if (!std::filesystem::exists(kStarts)) {
     return starts;
   }
@@ -73,6 +70,13 @@ std::vector<std::vector<std::string>> RecordedStarts() {
     starts.push_back(words);
   }
   return starts;
+}
+
+// The helper's argument vector for `operation` on the database in `directory`.
+std::vector<std::string> Start(const std::string& operation, const std::string& directory,
+                               const std::vector<Certificate>& certificates) {
+  return {kCertManagerPath,        operation,    "--nss3-path",
+          directory + "/cert9.db", "--certlist", MakeCertList(certificates)};
 }
 
 // A write lock over the whole of a file, as a writer of an SQLite database holds it. An open file
@@ -113,12 +117,11 @@ TEST_F(NssStorageTest, GetCertificates_EmptyFilledOrNotReadable) {
   tti::test::AddWithCertutil(directory, m_root, "one", "C,,");
   tti::test::AddWithCertutil(directory, m_otherRoot, "two", ",,");
   EXPECT_EQ(StoreIn(directory).GetCertificates(listed), 0);
-  EXPECT_EQ(Sorted(listed), Sorted({m_cert.raw, m_otherCert.raw}));
+  EXPECT_THAT(listed, ::testing::UnorderedElementsAre(m_cert.raw, m_otherCert.raw));
 
   // The system database's form: the directory with a final "/".
   RunInMountNamespace([&] {
     tti::test::BuildStoreLayout(tti::test::StoreLayout::kDebian);
-    std::filesystem::create_directories("/etc/pki/nssdb");
     CreateNssDatabase("/etc/pki/nssdb");
     tti::test::AddWithCertutil("/etc/pki/nssdb", m_root, "system", "C,,");
     std::vector<RawCert> system;
@@ -131,7 +134,7 @@ TEST_F(NssStorageTest, GetCertificates_EmptyFilledOrNotReadable) {
   WriteTextFile(damaged + "/cert9.db", std::string(4096, 'x'));
   const std::string locked = m_scratch.MakeFolder("locked");
   CreateNssDatabase(locked);
-  const std::string missing = m_scratch.Path() + "/missing";
+  const std::string missing = m_scratch / "missing";
 
   EXPECT_EQ(StoreIn(damaged).GetCertificates(listed), orv::errors::kUnspecified);
   EXPECT_EQ(StoreIn(missing).GetCertificates(listed), orv::errors::kUnspecified);
@@ -176,21 +179,15 @@ TEST_F(NssStorageTest, HelperStarts_OnlyForWhatIsNewOrUnknown) {
     certificates = {m_otherCert, m_cert, third};
     EXPECT_EQ(StoreIn(held).AddCertificatesToStore(certificates), 0);
     EXPECT_EQ(Names(certificates), Names({m_otherCert, third}));
-    const std::vector<std::string> addition = {
-        kCertManagerPath,   "--nss3-add", "--nss3-path",
-        held + "/cert9.db", "--certlist", MakeCertList({m_otherCert, third})};
-    EXPECT_EQ(RecordedStarts(), std::vector<std::vector<std::string>>{addition});
+    EXPECT_EQ(RecordedStarts(), Starts{Start("--nss3-add", held, {m_otherCert, third})});
     std::filesystem::remove_all(kStarts);
 
     // Not readable: the whole list goes to the helper, in the contract's argument vector.
     const std::vector<Certificate> both = {m_cert, m_otherCert};
-    const std::string store = damaged + "/cert9.db";
     certificates = both;
     EXPECT_EQ(StoreIn(damaged).AddCertificatesToStore(certificates), 0);
     EXPECT_EQ(Names(certificates), Names(both));
-    const std::vector<std::string> expected = {
-        kCertManagerPath, "--nss3-add", "--nss3-path", store, "--certlist", MakeCertList(both)};
-    EXPECT_EQ(RecordedStarts(), std::vector<std::vector<std::string>>{expected});
+    EXPECT_EQ(RecordedStarts(), Starts{Start("--nss3-add", damaged, both)});
 
     std::filesystem::remove_all(kStarts);
     {
@@ -204,10 +201,7 @@ TEST_F(NssStorageTest, HelperStarts_OnlyForWhatIsNewOrUnknown) {
     // A delete never reads first: one start even for a store without the certificate.
     std::filesystem::remove_all(kStarts);
     EXPECT_EQ(StoreIn(held).DeleteCertificatesFromStore({m_otherCert}), 0);
-    const std::vector<std::string> deletion = {kCertManagerPath, "--nss3-delete",
-                                               "--nss3-path",    held + "/cert9.db",
-                                               "--certlist",     MakeCertList({m_otherCert})};
-    EXPECT_EQ(RecordedStarts(), std::vector<std::vector<std::string>>{deletion});
+    EXPECT_EQ(RecordedStarts(), Starts{Start("--nss3-delete", held, {m_otherCert})});
   });
 }
 

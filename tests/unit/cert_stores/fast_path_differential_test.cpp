@@ -92,17 +92,9 @@ TEST(FastPaths, Pages_AgreeWithReplacementsInTurn) {
   const std::string product =
       tti::test::ReadText(std::string(TTI_SOURCE_DIR) + "/data/templates/invalid_certificate.html");
   EXPECT_TRUE(tci::PageTemplate(product).OnePass()) << "the product's page lost its one pass";
-  const std::vector<std::string> all = {"P",
-                                        "$ActionWarn$",
-                                        "$DetailsTitleWarn$",
-                                        "a.example",
-                                        "https://s",
-                                        "https://c",
-                                        "$R$",
-                                        "S &amp;",
-                                        "I",
-                                        "2030-01-01 00:00:00",
-                                        "-----BEGIN"};
+  const std::vector<std::string> all({"P", "$ActionWarn$", "$DetailsTitleWarn$", "a.example",
+                                      "https://s", "https://c", "$R$", "S &amp;", "I",
+                                      "2030-01-01 00:00:00", "-----BEGIN"});
   std::vector<std::string> withLaterPlaceholder = all;
   withLaterPlaceholder[3] = "%CertificateSubject%";
   std::vector<std::string> lettersOnly = all;

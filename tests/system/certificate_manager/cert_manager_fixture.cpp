@@ -1,8 +1,26 @@
 #include "system/certificate_manager/cert_manager_fixture.h"
 
+#include <filesystem>
+
 #include "crypto/trusted_certificate_provider.h"
 
 namespace cert_manager_test {
+
+Tree Snapshot(const std::vector<std::string>& directories) {
+  namespace fs = std::filesystem;
+  Tree entries;
+  for (const std::string& directory : directories) {
+    std::error_code missing;  // a tree that is not there has no entries
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(directory, missing)) {
+      const std::string path = entry.path().string();
+      entries[path] = entry.is_symlink()        ? "-> " + fs::read_symlink(path).string()
+                      : entry.is_regular_file() ? tti::test::ReadText(path)
+                                                : "(directory)";
+    }
+  }
+  return entries;
+}
+
 void CertManagerTest::SetUp() {
   ModuleTest::SetUp();
   services = host::HostServices::Create(tracer.get(), trustedFolder.path());

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,10 @@ using qel::tcp_traffic_interceptor::ICertificateManager;
 using tti::test::RunInMountNamespace;
 using tti::test::StoreLayout;
 using tti::test::TestCertificate;
+
+// Every entry below each of `directories` (links not followed) with its content or link target.
+using Tree = std::map<std::string, std::string>;
+Tree Snapshot(const std::vector<std::string>& directories);
 
 // The real module in the reference host with the host's own services: real inotify (the recording
 // provider after RecordInotify) and the trusted certificates provider over `trustedFolder`. The

@@ -3,6 +3,7 @@
 #include <openssl/bio.h>
 #include <openssl/pem.h>
 
+#include <algorithm>
 #include <boost/algorithm/string/split.hpp>
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
@@ -22,6 +23,22 @@ BioPtr MemoryBufferOver(const void* data, size_t size) {
 }
 
 }  // namespace
+
+bool IsOneDerCertificate(const RawCert& raw) {
+  if (raw.empty()) {
+    return false;
+  }
+  const unsigned char* cursor = raw.data();
+  const X509Ptr certificate(d2i_X509(nullptr, &cursor, static_cast<long>(raw.size())));
+  return certificate && cursor == raw.data() + raw.size();
+}
+
+result_t CheckOneCertificateEach(const std::vector<Certificate>& certificates) {
+  const bool each =
+      std::all_of(certificates.begin(), certificates.end(),
+                  [](const Certificate& item) { return IsOneDerCertificate(item.raw); });
+  return each ? orv::errors::kOk : kNotOneCertificate;
+}
 
 result_t RawToPem(const RawCert& raw, std::vector<uint8_t>& pem) {
   if (raw.empty()) {

@@ -12,6 +12,17 @@
 
 namespace qel::tcp_traffic_interceptor::cert_stores {
 
+// What a store answers for bytes it cannot hold as one certificate ("Invalid type"); the store is
+// left untouched.
+constexpr result_t kNotOneCertificate = orv::MakeResult(0x8000005du);
+
+// Whether `raw` is exactly one DER certificate: not empty, and d2i_X509 takes every byte. Empty
+// bytes, a cut certificate, bytes after one, two in a row, a request or a key are not.
+bool IsOneDerCertificate(const RawCert& raw);
+// 0 when every item is one DER certificate, otherwise kNotOneCertificate. Every store asks this
+// before it changes anything, so bytes a store's own tools could not read never reach it.
+result_t CheckOneCertificateEach(const std::vector<Certificate>& certificates);
+
 // Conversions between DER, PEM and X509. Each gives 0 or 0x8000004b for any OpenSSL failure (the
 // reason is not looked at); the output of a failed call is unspecified. std::bad_alloc passes.
 

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <stdexcept>
 
+#include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/java/keystore_paths.h"
 #include "cert_stores/openssl/file_target.h"
 #include "orv/report_exception.h"
@@ -59,6 +60,11 @@ result_t JavaKeystoreStorage::WriteKeystore(const NativePath& path,
 
 result_t JavaKeystoreStorage::AddCertificates(const NativePath& path,
                                               const std::vector<Certificate>& certificates) const {
+  // Java reads every trusted entry of the file when it loads it: one entry that is no
+  // certificate fails every client of the keystore.
+  if (const result_t checked = CheckOneCertificateEach(certificates); ORV_FAILED(checked)) {
+    return checked;
+  }
   Keystore keystore;
   if (const result_t result = ReadKeystore(path, keystore); ORV_FAILED(result)) {
     return result;
@@ -76,6 +82,11 @@ result_t JavaKeystoreStorage::AddCertificates(const NativePath& path,
 
 result_t JavaKeystoreStorage::DeleteCertificates(
     const NativePath& path, const std::vector<Certificate>& certificates) const {
+  // Java reads every trusted entry of the file when it loads it: one entry that is no
+  // certificate fails every client of the keystore.
+  if (const result_t checked = CheckOneCertificateEach(certificates); ORV_FAILED(checked)) {
+    return checked;
+  }
   Keystore keystore;
   if (const result_t result = ReadKeystore(path, keystore); ORV_FAILED(result)) {
     return result;

@@ -92,6 +92,9 @@ result_t Nss3Storage::GetCertificates(std::vector<RawCert>& certificates) const 
 }
 
 result_t Nss3Storage::AddCertificatesToStore(std::vector<Certificate>& certificates) const {
+  if (const result_t checked = CheckOneCertificateEach(certificates); ORV_FAILED(checked)) {
+    return checked;
+  }
   std::vector<RawCert> present;
   // A database that cannot be read gets the whole list: the helper decides.
   if (ORV_SUCCEEDED(GetCertificates(present))) {
@@ -111,6 +114,9 @@ result_t Nss3Storage::AddCertificatesToStore(std::vector<Certificate>& certifica
 
 result_t Nss3Storage::DeleteCertificatesFromStore(
     const std::vector<Certificate>& certificates) const {
+  if (const result_t checked = CheckOneCertificateEach(certificates); ORV_FAILED(checked)) {
+    return checked;
+  }
   return RunHelper("--nss3-delete", path, certificates);
 }
 

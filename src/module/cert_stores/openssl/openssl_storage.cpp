@@ -79,6 +79,9 @@ std::optional<NativePath> FindSameFile(const OpenSslStorage& storage, const Nati
 }  // namespace
 
 result_t OpenSslStorage::AddCertificates(const std::vector<Certificate>& certificates) const {
+  if (const result_t checked = CheckOneCertificateEach(certificates); ORV_FAILED(checked)) {
+    return checked;
+  }
   NativePath anchorDirectory;
   const result_t found = FindAnchorDirectory(anchorDirectory);
   if (ORV_FAILED(found)) {
@@ -101,6 +104,9 @@ result_t OpenSslStorage::AddCertificates(const std::vector<Certificate>& certifi
 }
 
 result_t OpenSslStorage::DeleteCertificates(const std::vector<Certificate>& certificates) const {
+  if (const result_t checked = CheckOneCertificateEach(certificates); ORV_FAILED(checked)) {
+    return checked;
+  }
   NativePath anchorDirectory;
   if (ORV_SUCCEEDED(FindAnchorDirectory(anchorDirectory))) {
     const std::vector<Certificate> removed = RemoveFromSource(certificates, anchorDirectory);

@@ -29,6 +29,17 @@ nlohmann::json ReadJsonFile(const std::string& path) {
   }
 }
 
+// The record of a settings file; a value of the wrong type is named with the file and its path.
+template <class Record>
+Record ReadSettings(const std::string& path, Record (*fromJson)(const json&)) {
+  const json document = ReadJsonFile(path);
+  try {
+    return fromJson(document);
+  } catch (const std::invalid_argument& error) {
+    throw std::runtime_error(path + ": " + error.what());
+  }
+}
+
 std::string ResultText(result_t result) { return Hex(static_cast<uint32_t>(result)); }
 
 // What the module cost the settings store so far.
@@ -63,7 +74,7 @@ json Apply(ModuleSession& session, tti::ITcpInterceptorConfigurator& configurato
 json RunPorts(const std::string& modulePath, orv::ITracer* tracer, const std::string& action,
               const std::string& file) {
   const qel::settings::NetworkPorts ports =
-      action == "set" ? NetworkPortsFromJson(ReadJsonFile(file)) : qel::settings::NetworkPorts();
+      action == "set" ? ReadSettings(file, NetworkPortsFromJson) : qel::settings::NetworkPorts();
   ModuleSession session(modulePath, tracer);
   json report;
   {
@@ -92,7 +103,7 @@ json RunPorts(const std::string& modulePath, orv::ITracer* tracer, const std::st
 json RunNetSettings(const std::string& modulePath, orv::ITracer* tracer, const std::string& action,
                     const std::string& file, int times) {
   const qel::settings::NetSettings wanted =
-      action == "set" ? NetSettingsFromJson(ReadJsonFile(file)) : qel::settings::NetSettings();
+      action == "set" ? ReadSettings(file, NetSettingsFromJson) : qel::settings::NetSettings();
   ModuleSession session(modulePath, tracer);
   json report = json::object();
   {
@@ -116,7 +127,7 @@ json RunNetSettings(const std::string& modulePath, orv::ITracer* tracer, const s
 json RunTrusted(const std::string& modulePath, orv::ITracer* tracer, const std::string& action,
                 const std::string& file) {
   const qel::settings::TrustedAddresses wanted = action == "set"
-                                                     ? TrustedAddressesFromJson(ReadJsonFile(file))
+                                                     ? ReadSettings(file, TrustedAddressesFromJson)
                                                      : qel::settings::TrustedAddresses();
   ModuleSession session(modulePath, tracer);
   json report = json::object();
@@ -134,7 +145,7 @@ json RunTrusted(const std::string& modulePath, orv::ITracer* tracer, const std::
 }
 
 json RunInterception(const std::string& modulePath, orv::ITracer* tracer, const std::string& file) {
-  const qel::settings::NetSettings wanted = NetSettingsFromJson(ReadJsonFile(file));
+  const qel::settings::NetSettings wanted = ReadSettings(file, NetSettingsFromJson);
   ModuleSession session(modulePath, tracer);
   json steps = json::array();
   {

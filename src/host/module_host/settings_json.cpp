@@ -1,8 +1,10 @@
 #include "settings_json.h"
 
 #include <cstdint>
+#include <limits>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 namespace module_host {
 namespace {
@@ -75,21 +77,102 @@ json Excludes(const orv::types::vector_t<qel::settings::EndpointExclude>& exclud
   return list;
 }
 
-orv::types::vector_t<qel::settings::EndpointExclude> ExcludesFromJson(const json& list) {
-  orv::types::vector_t<qel::settings::EndpointExclude> excludes;
-  for (const json& entry : list) {
-    excludes.push_back(
-        qel::settings::EndpointExclude{orv::types::string8_t(entry.value("address", std::string())),
-                                       entry.value("port", uint16_t{0})});
+// Where a value sits in the document, for messages: "NetworkPorts.ports[0].port".
+std::string Member(const std::string& path, const char* name) {
+  return path.empty() ? name : path + "." + name;
+}
+
+std::string Element(const std::string& path, size_t index) {
+  return path + "[" + std::to_string(index) + "]";
+}
+
+[[noreturn]] void Refuse(const std::string& path, const std::string& expected, const json& value) {
+  throw std::invalid_argument((path.empty() ? std::string("the document") : path) + ": expected " +
+                              expected + ", found " + value.type_name());
+}
+
+// The value as T, or std::invalid_argument naming the path and the type T needs. Numbers are
+// unsigned integers that fit T: nlohmann would wrap a negative or a large one without a word.
+template <class T>
+T As(const json& value, const std::string& path) {
+  if constexpr (std::is_same_v<T, bool>) {
+    if (!value.is_boolean()) {
+      Refuse(path, "a boolean", value);
+    }
+  } else if constexpr (std::is_same_v<T, std::string>) {
+    if (!value.is_string()) {
+      Refuse(path, "a string", value);
+    }
+  } else {
+    static_assert(std::is_unsigned_v<T>);
+    if (!value.is_number_unsigned() || value.get<uint64_t>() > std::numeric_limits<T>::max()) {
+      Refuse(path, "an integer from 0 to " + std::to_string(std::numeric_limits<T>::max()), value);
+    }
   }
+  return value.get<T>();
+}
+
+const json& Object(const json& value, const std::string& path) {
+  if (!value.is_object()) {
+    Refuse(path, "an object", value);
+  }
+  return value;
+}
+
+// The elements of the array at `path` with their paths.
+template <class Visit>
+void ForEach(const json& list, const std::string& path, Visit visit) {
+  if (!list.is_array()) {
+    Refuse(path, "an array", list);
+  }
+  for (size_t index = 0; index < list.size(); ++index) {
+    visit(list[index], Element(path, index));
+  }
+}
+
+// The member `name` of the object at `path` into `field`; a missing member keeps the field.
+template <class T>
+void Read(const json& object, const std::string& path, const char* name, T& field) {
+  if (const auto found = object.find(name); found != object.end()) {
+    field = As<T>(*found, Member(path, name));
+  }
+}
+
+// A member holding a number of an enumeration.
+template <class Enum>
+void ReadNumber(const json& object, const std::string& path, const char* name, Enum& field) {
+  uint32_t number = field;
+  Read(object, path, name, number);
+  field = static_cast<Enum>(number);
+}
+
+orv::types::vector_t<qel::settings::EndpointExclude> ExcludesFromJson(const json& list,
+                                                                      const std::string& path) {
+  orv::types::vector_t<qel::settings::EndpointExclude> excludes;
+  ForEach(list, path, [&](const json& entry, const std::string& at) {
+    std::string address;
+    uint16_t port = 0;
+    Read(Object(entry, at), at, "address", address);
+    Read(entry, at, "port", port);
+    excludes.push_back(qel::settings::EndpointExclude{orv::types::string8_t(address), port});
+  });
   return excludes;
 }
 
-template <class T>
-void Read(const json& object, const char* name, T& field) {
-  if (const auto found = object.find(name); found != object.end()) {
-    field = found->get<T>();
+qel::settings::NetworkPorts NetworkPortsAt(const json& json, const std::string& path) {
+  qel::settings::NetworkPorts ports;
+  ReadNumber(Object(json, path), path, "mode", ports.mode);
+  if (const auto list = json.find("ports"); list != json.end()) {
+    ports.ports.clear();
+    ForEach(*list, Member(path, "ports"), [&](const nlohmann::json& entry, const std::string& at) {
+      std::string name;
+      uint32_t port = 0;
+      Read(Object(entry, at), at, "name", name);
+      Read(entry, at, "port", port);
+      ports.ports.push_back(qel::settings::NetworkPort{orv::types::string8_t(name), port});
+    });
   }
+  return ports;
 }
 
 }  // namespace
@@ -140,60 +223,41 @@ json EngineToJson(const tm::pdkSettings& record) {
 }
 
 qel::settings::NetworkPorts NetworkPortsFromJson(const json& json) {
-  qel::settings::NetworkPorts ports;
-  uint32_t mode = ports.mode;
-  Read(json, "mode", mode);
-  ports.mode = static_cast<qel::MonitorNetworkPorts::Type>(mode);
-  if (const auto list = json.find("ports"); list != json.end()) {
-    ports.ports.clear();
-    for (const nlohmann::json& entry : *list) {
-      ports.ports.push_back(
-          qel::settings::NetworkPort{orv::types::string8_t(entry.value("name", std::string())),
-                                     entry.value("port", uint32_t{0})});
-    }
-  }
-  return ports;
+  return NetworkPortsAt(json, "");
 }
 
 qel::settings::NetSettings NetSettingsFromJson(const json& json) {
   qel::settings::NetSettings settings;
-  Read(json, "EncryptedConnectionsScan", settings.EncryptedConnectionsScan);
-  Read(json, "ManageExclusions", settings.ManageExclusions);
-  uint32_t number = settings.EncryptedConnectionsScanErrorAction;
-  Read(json, "EncryptedConnectionsScanErrorAction", number);
-  settings.EncryptedConnectionsScanErrorAction =
-      static_cast<qel::EncryptedConnectionsScanErrorAction::Type>(number);
-  number = settings.UntrustedCertificateAction;
-  Read(json, "UntrustedCertificateAction", number);
-  settings.UntrustedCertificateAction = static_cast<qel::UntrustedCertificateAction::Type>(number);
-  number = settings.CertificateVerificationPolicy;
-  Read(json, "CertificateVerificationPolicy", number);
-  settings.CertificateVerificationPolicy =
-      static_cast<qel::CertificateVerificationPolicy::Type>(number);
+  Read(Object(json, ""), "", "EncryptedConnectionsScan", settings.EncryptedConnectionsScan);
+  Read(json, "", "ManageExclusions", settings.ManageExclusions);
+  ReadNumber(json, "", "EncryptedConnectionsScanErrorAction",
+             settings.EncryptedConnectionsScanErrorAction);
+  ReadNumber(json, "", "UntrustedCertificateAction", settings.UntrustedCertificateAction);
+  ReadNumber(json, "", "CertificateVerificationPolicy", settings.CertificateVerificationPolicy);
   if (const auto list = json.find("sslExcludes"); list != json.end()) {
-    for (const nlohmann::json& entry : *list) {
-      settings.sslExcludes.push_back(orv::types::string8_t(entry.get<std::string>()));
-    }
+    ForEach(*list, "sslExcludes", [&](const nlohmann::json& entry, const std::string& at) {
+      settings.sslExcludes.push_back(orv::types::string8_t(As<std::string>(entry, at)));
+    });
   }
   if (const auto list = json.find("endpointExcludes"); list != json.end()) {
-    settings.endpointExcludes = ExcludesFromJson(*list);
+    settings.endpointExcludes = ExcludesFromJson(*list, "endpointExcludes");
   }
   if (const auto list = json.find("outgoingExcludes"); list != json.end()) {
-    settings.outgoingExcludes = ExcludesFromJson(*list);
+    settings.outgoingExcludes = ExcludesFromJson(*list, "outgoingExcludes");
   }
   if (const auto ports = json.find("NetworkPorts"); ports != json.end()) {
-    settings.NetworkPorts = NetworkPortsFromJson(*ports);
+    settings.NetworkPorts = NetworkPortsAt(*ports, "NetworkPorts");
   }
   return settings;
 }
 
 qel::settings::TrustedAddresses TrustedAddressesFromJson(const json& json) {
   qel::settings::TrustedAddresses addresses;
-  Read(json, "UseTrustedAddresses", addresses.UseTrustedAddresses);
+  Read(Object(json, ""), "", "UseTrustedAddresses", addresses.UseTrustedAddresses);
   if (const auto list = json.find("addresses"); list != json.end()) {
-    for (const nlohmann::json& entry : *list) {
-      addresses.addresses.push_back(orv::types::string16_t(Utf16(entry.get<std::string>())));
-    }
+    ForEach(*list, "addresses", [&](const nlohmann::json& entry, const std::string& at) {
+      addresses.addresses.push_back(orv::types::string16_t(Utf16(As<std::string>(entry, at))));
+    });
   }
   return addresses;
 }

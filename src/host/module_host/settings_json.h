@@ -10,8 +10,10 @@
 namespace module_host {
 
 // The settings records as JSON, field names as in the records. Reading starts from the record's
-// defaults: a missing field keeps its default, a field of the wrong type throws
-// nlohmann::json::exception. 16-bit texts are UTF-8 in JSON.
+// defaults: a missing field keeps its default; a value of the wrong type, or a number that is not
+// an unsigned integer the field can hold, throws std::invalid_argument with its path and the type
+// expected ("ports[0].port: expected an integer from 0 to 4294967295, found string"). 16-bit
+// texts are UTF-8 in JSON.
 nlohmann::json ToJson(const qel::settings::NetworkPorts& ports);
 nlohmann::json ToJson(const qel::settings::NetSettings& settings);
 nlohmann::json ToJson(const qel::settings::TrustedAddresses& addresses);

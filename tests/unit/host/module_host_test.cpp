@@ -1,4 +1,5 @@
-// module-host run as a child with the real module: its info report and its interception commands.
+// module-host run as a child with the real module: its info report, its interception commands
+// and their settings files.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -13,6 +14,7 @@
 #include "qel/tcp_traffic_interceptor/class_ids.h"
 #include "support/clean_command.h"
 #include "support/module_fixture.h"
+#include "support/scratch.h"
 
 namespace {
 
@@ -99,6 +101,38 @@ TEST(ModuleHostInterceptionTest, PortsSetAndTrustedSet_ReportWhatTheModuleWrote)
   EXPECT_EQ(trusted.at("trusted"), (json{{"addresses", {"https://intranet.example/", "192.0.2.44"}},
                                          {"UseTrustedAddresses", true}}));
 }
+
+struct WrongType {
+  const char* command;
+  const char* json;
+  const char* message;  // after "FILE: "
+};
+
+class SettingsWrongTypeTest : public ::testing::TestWithParam<WrongType> {};
+
+// A value of the wrong type is named by its path with the type expected; the command fails
+// before the module is asked.
+TEST_P(SettingsWrongTypeTest, Set_NamesTheFieldAndTheExpectedType) {
+  const tti::test::TempDir scratch;
+  const std::string file = scratch / "settings.json";
+  tti::test::WriteText(file, GetParam().json);
+  const auto run = tti::test::RunModuleHost({GetParam().command, "set", file});
+  EXPECT_NE(run.exitCode, 0);
+  EXPECT_NE(run.output.find(file + ": " + GetParam().message), std::string::npos) << run.output;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, SettingsWrongTypeTest,
+    ::testing::Values(
+        WrongType{"ports", R"({"ports": "x"})", "ports: expected an array, found string"},
+        WrongType{"net-settings", R"({"NetworkPorts": {"ports": [{}, {"port": "443"}]}})",
+                  "NetworkPorts.ports[1].port: expected an integer from 0 to 4294967295, found "
+                  "string"},
+        WrongType{"net-settings", R"({"endpointExcludes": [{"port": 65536}]})",
+                  "endpointExcludes[0].port: expected an integer from 0 to 65535, found number"},
+        WrongType{"trusted", R"({"UseTrustedAddresses": 1})",
+                  "UseTrustedAddresses: expected a boolean, found number"},
+        WrongType{"trusted", "[]", "the document: expected an object, found array"}));
 
 TEST(LoadedModuleTest, Unload_ObjectAlive_KeepsModuleLoaded) {
   host::LoadedModule module(tti_test::ModulePath());

@@ -5,20 +5,18 @@
 
 #include <cerrno>
 #include <stdexcept>
-#include <string_view>
 #include <vector>
 
 #include <openssl/x509.h>
 
-#include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/conversions/openssl_types.h"
+#include "certificate_file.h"
 #include "crypto/trusted_certificate_provider.h"
 #include "info_report.h"
 #include "module_session.h"
 #include "orv/intrusive_ptr.h"
 #include "qel/tcp_traffic_interceptor/certificate_manager.h"
 #include "qel/tcp_traffic_interceptor/class_ids.h"
-#include "qel/tools/files.h"
 #include "store_report.h"
 
 namespace module_host {
@@ -29,23 +27,6 @@ namespace stores = tti::cert_stores;
 using nlohmann::json;
 
 std::string ResultText(result_t result) { return Hex(static_cast<uint32_t>(result)); }
-
-// The DER bytes of a PEM or DER file.
-std::vector<uint8_t> ReadCertificate(const std::string& path) {
-  std::vector<uint8_t> content;
-  if (ORV_FAILED(qel::tools::ReadFile(path, content))) {
-    throw std::runtime_error("cannot read " + path);
-  }
-  const std::string_view text(reinterpret_cast<const char*>(content.data()), content.size());
-  if (text.find("-----BEGIN") == std::string_view::npos) {
-    return content;
-  }
-  stores::RawCert der;
-  if (ORV_FAILED(stores::PemToRaw(text, der))) {
-    throw std::runtime_error(path + " holds no PEM certificate");
-  }
-  return der;
-}
 
 std::string Subject(const std::vector<uint8_t>& der) {
   const unsigned char* cursor = der.data();
@@ -81,27 +62,32 @@ class Session {
   orv::intrusive_ptr<tti::ICertificateManager> m_manager;
 };
 
-}  // namespace
-
-json RunCertificateChange(const std::string& modulePath, orv::ITracer* tracer,
-                          const std::string& action, const std::string& certificateFile,
-                          const std::string& trustedDirectory) {
-  const std::vector<uint8_t> der = ReadCertificate(certificateFile);
-  result_t result = 0;
-  {
-    Session session(modulePath, tracer, trustedDirectory);
-    result = action == "install" ? session.manager().Install(ToRaw(der))
-                                 : session.manager().Uninstall(ToRaw(der));
-  }
+// The call's result and what every store holds now, read back from the stores.
+json ChangeReport(const std::string& action, const std::vector<uint8_t>& der, result_t result) {
   return {{"command", action},
           {"certificate", Subject(der)},
           {"result", ResultText(result)},
           {"stores", ReportStores(der)}};
 }
 
+}  // namespace
+
+json RunCertificateChange(const std::string& modulePath, orv::ITracer* tracer,
+                          const std::string& action, const std::string& certificateFile,
+                          const std::string& trustedDirectory) {
+  const std::vector<uint8_t> der = ReadOneCertificate(certificateFile);
+  result_t result = 0;
+  {
+    Session session(modulePath, tracer, trustedDirectory);
+    result = action == "install" ? session.manager().Install(ToRaw(der))
+                                 : session.manager().Uninstall(ToRaw(der));
+  }
+  return ChangeReport(action, der, result);
+}
+
 json RunFindParent(const std::string& modulePath, orv::ITracer* tracer,
                    const std::string& certificateFile, const std::string& trustedDirectory) {
-  const std::vector<uint8_t> der = ReadCertificate(certificateFile);
+  const std::vector<uint8_t> der = ReadOneCertificate(certificateFile);
   Session session(modulePath, tracer, trustedDirectory);
   orv::intrusive_ptr<crypto::ITrustedCertificateProvider> provider;
   if (ORV_FAILED(session.manager().QueryInterface(crypto::ITrustedCertificateProvider::kIid,
@@ -118,8 +104,11 @@ json RunFindParent(const std::string& modulePath, orv::ITracer* tracer,
   return {{"certificate", Subject(der)}, {"result", ResultText(result)}, {"parents", subjects}};
 }
 
-json RunWatch(const std::string& modulePath, orv::ITracer* tracer, unsigned seconds,
-              const std::string& trustedDirectory) {
+json RunWatch(const std::string& modulePath, orv::ITracer* tracer, const WatchRequest& request) {
+  // Refused before the module is loaded.
+  const std::vector<uint8_t> der = request.certificateFile.empty()
+                                       ? std::vector<uint8_t>()
+                                       : ReadOneCertificate(request.certificateFile);
   // Blocked before the provider's thread exists, so that only sigtimedwait sees them.
   sigset_t stop;
   sigemptyset(&stop);
@@ -128,10 +117,13 @@ json RunWatch(const std::string& modulePath, orv::ITracer* tracer, unsigned seco
   pthread_sigmask(SIG_BLOCK, &stop, nullptr);
   std::string stoppedBy = "time";
   {
-    Session session(modulePath, tracer, trustedDirectory);
-    timespec limit{static_cast<time_t>(seconds), 0};
+    Session session(modulePath, tracer, request.trustedDirectory);
+    if (!der.empty()) {
+      request.installed(ChangeReport("install", der, session.manager().Install(ToRaw(der))));
+    }
+    timespec limit{static_cast<time_t>(request.seconds), 0};
     for (;;) {
-      const int signal = sigtimedwait(&stop, nullptr, seconds == 0 ? nullptr : &limit);
+      const int signal = sigtimedwait(&stop, nullptr, request.seconds == 0 ? nullptr : &limit);
       if (signal > 0) {
         stoppedBy = signal == SIGINT ? "SIGINT" : "SIGTERM";
         break;

@@ -205,6 +205,18 @@ std::shared_ptr<ManagerArguments> AddManagerArguments(CLI::App& command, bool ce
   return arguments;
 }
 
+// The report of an install or uninstall: one JSON document, or the result line and the table.
+void PrintChange(const nlohmann::json& report, bool json) {
+  if (json) {
+    Print(report);
+    return;
+  }
+  std::cout << report["command"].get<std::string>() << ' '
+            << report["certificate"].get<std::string>() << ": "
+            << report["result"].get<std::string>() << "\n\n";
+  PrintStoreRows(report["stores"], std::cout);
+}
+
 std::function<CommandRun(CLI::App&)> DefineCertificateChange(const char* change) {
   return [change](CLI::App& command) -> CommandRun {
     auto arguments = AddManagerArguments(command, true);
@@ -213,14 +225,7 @@ std::function<CommandRun(CLI::App&)> DefineCertificateChange(const char* change)
       const nlohmann::json report =
           RunCertificateChange(context.modulePath, context.tracer, change,
                                arguments->certificateFile, arguments->trustedDirectory);
-      if (arguments->json) {
-        Print(report);
-        return 0;
-      }
-      std::cout << report["command"].get<std::string>() << ' '
-                << report["certificate"].get<std::string>() << ": "
-                << report["result"].get<std::string>() << "\n\n";
-      PrintStoreRows(report["stores"], std::cout);
+      PrintChange(report, arguments->json);
       return 0;
     };
   };
@@ -235,12 +240,22 @@ CommandRun DefineFindParent(CLI::App& command) {
   };
 }
 
+// The module's line for each store it puts the root into; shown at every trace level.
+constexpr char kStoreActionLine[] = "Add cert to ";
+
 CommandRun DefineWatch(CLI::App& command) {
   auto arguments = AddManagerArguments(command, false);
   command.add_option("--seconds", arguments->seconds, "Stop after N seconds (0: only on a signal)");
+  command.add_option("--install", arguments->certificateFile,
+                     "Install CERT (PEM or DER) first, as the service does");
   return [arguments](const CommandContext& context) {
-    Print(RunWatch(context.modulePath, context.tracer, arguments->seconds,
-                   arguments->trustedDirectory));
+    context.tracer->PassAboveThreshold(kStoreActionLine);
+    WatchRequest request{arguments->seconds, arguments->trustedDirectory,
+                         arguments->certificateFile, [](const nlohmann::json& report) {
+                           PrintChange(report, false);
+                           std::cout << std::endl;
+                         }};
+    Print(RunWatch(context.modulePath, context.tracer, request));
     return 0;
   };
 }
@@ -270,7 +285,9 @@ const std::vector<Subcommand>& Subcommands() {
        DefineCertificateChange("uninstall")},
       {"find-parent", "CertificateManager: the trusted candidates for the issuer of CERT",
        DefineFindParent},
-      {"watch", "CertificateManager: react to new stores and users until SIGINT or SIGTERM",
+      {"watch",
+       "CertificateManager: install CERT (--install) and react to new stores and users until "
+       "SIGINT or SIGTERM",
        DefineWatch},
   };
   return subcommands;

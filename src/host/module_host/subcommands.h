@@ -7,14 +7,14 @@
 
 #include <CLI/CLI.hpp>
 
-#include "orv/tracer.h"
+#include "host/stderr_tracer.h"
 
 namespace module_host {
 
 // What every subcommand runs with: the module to load and the tracer for its lines.
 struct CommandContext {
   std::string modulePath;
-  orv::ITracer* tracer = nullptr;
+  host::StderrTracer* tracer = nullptr;
 };
 
 // Runs a parsed subcommand; the process's exit status.

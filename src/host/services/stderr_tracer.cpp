@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <string_view>
 
 #include "trace_buffer.h"
 
@@ -53,7 +54,9 @@ result_t StderrTracer::GetRecord(uint32_t level, orv::TraceRecord* record, size_
     return trace_buffer::GrowRecord(record, size);
   }
   record->data = nullptr;
-  if (level > m_threshold.load(std::memory_order_relaxed)) {
+  // A line that may pass is made and looked at when it is put.
+  const bool mayPass = !m_passedPrefix.empty() && level <= orv::trace_level::kDetail;
+  if (level > m_threshold.load(std::memory_order_relaxed) && !mayPass) {
     return orv::errors::kTraceLevelProhibited;
   }
   record->data = trace_buffer::Open(level, size);
@@ -65,6 +68,11 @@ result_t StderrTracer::PutRecord(char* data, size_t length) {
     return orv::errors::kInvalidArgument;
   }
   length = std::min(length, trace_buffer::Capacity(data));
+  if (trace_buffer::Level(data) > m_threshold.load(std::memory_order_relaxed) &&
+      std::string_view(data, length).substr(0, m_passedPrefix.size()) != m_passedPrefix) {
+    trace_buffer::Free(data);
+    return orv::errors::kOk;
+  }
   char prefix[96];
   const size_t prefixLength = FormatPrefix(prefix, sizeof(prefix), trace_buffer::Level(data));
   const size_t lineLength = prefixLength + length + 1;

@@ -1,8 +1,11 @@
 #include "system/certificate_manager/cert_manager_fixture.h"
 
+#include <stdio.h>
+
 #include <filesystem>
 
 #include "crypto/trusted_certificate_provider.h"
+#include "sandbox/mount_namespace.h"
 
 namespace cert_manager_test {
 
@@ -19,6 +22,13 @@ Tree Snapshot(const std::vector<std::string>& directories) {
     }
   }
   return entries;
+}
+
+void MoveInNssDatabase(const std::string& directory) {
+  const std::string staging = "/home/.staging";
+  MakeNssDatabase(staging);
+  host::sandbox::MakeDirectories(directory.substr(0, directory.rfind('/')));
+  ASSERT_EQ(::rename(staging.c_str(), directory.c_str()), 0) << directory;
 }
 
 void CertManagerTest::SetUp() {

@@ -37,6 +37,12 @@ using tti::test::TestCertificate;
 using Tree = std::map<std::string, std::string>;
 Tree Snapshot(const std::vector<std::string>& directories);
 
+// Makes a database in a folder outside every watched place and moves the folder to `directory`,
+// making the folders above it first. certutil writing a database while the module reads and
+// writes it at the same time has been seen to spin without end; the browsers tested elsewhere
+// make theirs in place.
+void MoveInNssDatabase(const std::string& directory);
+
 // The real module in the reference host with the host's own services: real inotify (the recording
 // provider after RecordInotify) and the trusted certificates provider over `trustedFolder`. The
 // manager works on the fixed system paths, so every body runs in RunInMountNamespace over a

@@ -1,13 +1,10 @@
 // Store watching with the host's real inotify provider: a login recorded with the utmp calls, a
 // database made later in a watched directory and a rewritten bundle each reach the module, and
 // files that are no store change nothing.
-#include <stdio.h>
-
 #include <algorithm>
 #include <string>
 #include <vector>
 
-#include "sandbox/mount_namespace.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
 namespace cert_manager_test {
@@ -17,17 +14,6 @@ using tti::test::Eventually;
 
 const Account kAlice = {"alice", 1000, "/home/alice"};
 const Account kDave = {"dave", 1003, "/home/dave"};
-
-// Makes a database in a folder outside every watched place and moves the folder to `directory`,
-// making the folders above it first. certutil writing a database while the module reads and
-// writes it at the same time has been seen to spin without end; the browsers tested elsewhere
-// make theirs in place.
-void MoveInNssDatabase(const std::string& directory) {
-  const std::string staging = "/home/.staging";
-  MakeNssDatabase(staging);
-  host::sandbox::MakeDirectories(directory.substr(0, directory.rfind('/')));
-  ASSERT_EQ(::rename(staging.c_str(), directory.c_str()), 0) << directory;
-}
 
 // Moves a database in to `directory` (under a watched directory) and waits until the module added
 // the root and reloaded the cache after it: every event queued before it is handled by then.

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <utility>
 
 #include "host/host_object.h"
 #include "orv/tracer.h"
@@ -24,10 +26,14 @@ class StderrTracer final : public HostObject<orv::ITracer> {
   result_t PutRecord(char* data, size_t length) override;
 
   void SetThreshold(uint32_t threshold) noexcept { m_threshold = threshold; }
+  // Lines above the threshold (up to 800) that start with `prefix` are written as well: the
+  // module's lines an operator reads without the rest of its details. Set before the first record.
+  void PassAboveThreshold(std::string prefix) { m_passedPrefix = std::move(prefix); }
 
  private:
   std::atomic<uint32_t> m_threshold;
-  int m_descriptor;  // not owned
+  std::string m_passedPrefix;  // empty: none
+  int m_descriptor;            // not owned
 };
 
 // "ERROR", "WARNING", "DETAIL" or the number.

@@ -67,6 +67,21 @@ TEST(StderrTracerTest, PutRecord_LineShapeThresholdAndGrowth) {
             std::string::npos);
 }
 
+// Above the threshold only the lines with the passed prefix are written; the others are made and
+// dropped.
+TEST(StderrTracerTest, PassAboveThreshold_WritesOnlyLinesWithThePrefix) {
+  Output output;
+  auto tracer = MakeObject<StderrTracer>(500, output.fd());
+  tracer->PassAboveThreshold("Add cert to ");
+  Emit(*tracer, 800, "cache size 3");
+  Emit(*tracer, 800, "Add cert to /home/a/.pki/nssdb/cert9.db");
+  Emit(*tracer, 500, "Cannot add certificate to /b");
+  const std::string written = output.Written();
+  EXPECT_EQ(written.find("cache size"), std::string::npos) << written;
+  EXPECT_NE(written.find(" DETAIL Add cert to /home/a/.pki/nssdb/cert9.db\n"), std::string::npos);
+  EXPECT_NE(written.find(" WARNING Cannot add certificate to /b\n"), std::string::npos);
+}
+
 TEST(StderrTracerTest, PutRecord_ManyThreads_LinesNeverInterleave) {
   // A regular file shares one offset between the writers; a line split over two writes would
   // show up as a torn line.

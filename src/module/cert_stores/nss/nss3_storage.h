@@ -42,16 +42,17 @@ inline bool operator==(const Nss3Storage& left, const Nss3Storage& right) {
   return std::tie(left.path, left.uid, left.gid) == std::tie(right.path, right.uid, right.gid);
 }
 
-// AddCertificatesToStore's answer when the database's creator is not done with it yet (its
-// key4.db is missing or its token still needs user initialisation): nothing was written; not a
-// failure.
-constexpr result_t kNss3DatabaseNotReady = orv::errors::kFalse;
-
 // The file name of a database and the system database's directory.
 constexpr const char* kNss3DatabaseName = "cert9.db";
 constexpr const char* kSystemNss3Path = "/etc/pki/nssdb/";
 // Where the module starts the helper that writes databases.
 constexpr const char* kCertManagerPath = "/opt/morvane/tolm/libexec/cert-manager";
+
+// Not a failure: the database's maker (a browser's first start, `certutil -N`) is still between
+// creating its files and giving its token a password. Nothing was written, since taking part in
+// that set-up would change the password state it is about to choose; the next change of its
+// "cert9.db" or "key4.db" is the time to ask again.
+constexpr result_t kNss3DatabaseNotReady = orv::errors::kFalse;
 
 // Every database of the machine and of all users, sorted, without duplicates. Never fails: what
 // cannot be read is passed over.

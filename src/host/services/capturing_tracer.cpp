@@ -47,7 +47,10 @@ result_t CapturingTracer::PutRecord(char* data, size_t length) {
   trace_buffer::Free(data);
   const std::lock_guard lock(m_mutex);
   ++m_puts;
-  if (result == orv::errors::kOk) {
+  for (auto& [fragment, count] : m_counted) {
+    count += line.text.find(fragment) != std::string::npos ? 1 : 0;
+  }
+  if (result == orv::errors::kOk && m_keep) {
     try {
       m_lines.push_back(std::move(line));
     } catch (const std::bad_alloc&) {
@@ -60,6 +63,22 @@ result_t CapturingTracer::PutRecord(char* data, size_t length) {
 void CapturingTracer::RefuseLevel(uint32_t level) {
   const std::lock_guard lock(m_mutex);
   m_refusedLevels.insert(level);
+}
+
+void CapturingTracer::CountFragment(const std::string& fragment) {
+  const std::lock_guard lock(m_mutex);
+  m_counted.emplace(fragment, 0);
+}
+
+void CapturingTracer::KeepLines(bool keep) {
+  const std::lock_guard lock(m_mutex);
+  m_keep = keep;
+}
+
+uint64_t CapturingTracer::Counted(const std::string& fragment) const {
+  const std::lock_guard lock(m_mutex);
+  const auto found = m_counted.find(fragment);
+  return found == m_counted.end() ? 0 : found->second;
 }
 
 void CapturingTracer::RefuseGrowth(bool refuse) {

@@ -88,13 +88,13 @@ result_t NetworkPorts::Construct(const qel::settings::NetworkPorts* ports) {
 }
 
 qel::settings::NetworkPorts NetworkPorts::GetPorts() const {
-  const std::lock_guard<std::recursive_mutex> lock(m_settingsMutex);
+  const orv::MutexLock lock(m_settingsMutex);
   return m_settings;
 }
 
 void NetworkPorts::SetPorts(const qel::settings::NetworkPorts& ports) {
   qel::settings::NetworkPorts copy = ports;  // outside the lock: a copy may throw or allocate
-  const std::lock_guard<std::recursive_mutex> lock(m_settingsMutex);
+  const orv::MutexLock lock(m_settingsMutex);
   m_settings.mode = copy.mode;
   m_settings.ports.swap(copy.ports);
 }

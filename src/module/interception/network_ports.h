@@ -2,8 +2,8 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 
+#include "orv/mutex.h"
 #include "orv/object_impl.h"
 #include "orv/object_root.h"
 #include "qel/settings/network_ports.h"
@@ -14,7 +14,7 @@ namespace qel::tcp_traffic_interceptor {
 // The host's switch of traffic interception and the keeper of the monitored ports. Start and stop
 // become writes of the engine's `pdkSettings` record (ports, or none) through the settings update
 // procedure; the engine is never called directly.
-// Threads: any host thread. `m_settingsMutex` (recursive) guards `m_settings` and is held only for
+// Threads: any host thread. `m_settingsMutex` (plain) guards `m_settings` and is held only for
 // a copy or a replacement, never across a service call. `m_startCount` is atomic; its test and
 // change are two steps, so two racing first starts may both write the (same) record.
 class NetworkPorts : public ITcpInterceptor,
@@ -44,13 +44,13 @@ class NetworkPorts : public ITcpInterceptor,
   ~NetworkPorts() = default;
 
  private:
-  qel::settings::NetworkPorts GetPorts() const;
-  void SetPorts(const qel::settings::NetworkPorts& ports);
+  qel::settings::NetworkPorts GetPorts() const ORV_EXCLUDES(m_settingsMutex);
+  void SetPorts(const qel::settings::NetworkPorts& ports) ORV_EXCLUDES(m_settingsMutex);
   // Writes `settings` as the engine's port list; 0 or a failure.
   result_t UpdateServiceSettings(const qel::settings::NetworkPorts& settings);
 
-  mutable std::recursive_mutex m_settingsMutex;
-  qel::settings::NetworkPorts m_settings;  // guarded by m_settingsMutex
+  mutable orv::Mutex m_settingsMutex;
+  qel::settings::NetworkPorts m_settings ORV_GUARDED_BY(m_settingsMutex);
   std::atomic<int32_t> m_startCount{0};
 };
 

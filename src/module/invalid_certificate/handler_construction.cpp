@@ -96,29 +96,29 @@ result_t InvalidCertificateHandler::GetSettings(InvalidCertificateHandlerSetting
 }
 
 InvalidCertificateHandlerSettings InvalidCertificateHandler::CopySettings() const {
-  std::lock_guard<std::recursive_mutex> lock(m_settingsMutex);
+  orv::MutexLock lock(m_settingsMutex);
   return m_settings;
 }
 
 void InvalidCertificateHandler::StoreSettings(const InvalidCertificateHandlerSettings& settings) {
-  std::lock_guard<std::recursive_mutex> lock(m_settingsMutex);
+  orv::MutexLock lock(m_settingsMutex);
   m_settings = settings;
 }
 
 void InvalidCertificateHandler::CachePut(const orv::types::string8_t& domain,
                                          const UntrustedCertificate& cert) {
-  std::lock_guard<std::recursive_mutex> lock(m_cacheMutex);
+  orv::MutexLock lock(m_cacheMutex);
   m_cache.Put(domain.view(), cert);
 }
 
 result_t InvalidCertificateHandler::CacheGet(const orv::types::string8_t& domain,
                                              UntrustedCertificate& cert) {
-  std::lock_guard<std::recursive_mutex> lock(m_cacheMutex);
+  orv::MutexLock lock(m_cacheMutex);
   return m_cache.Get(domain.view(), cert);
 }
 
 size_t InvalidCertificateHandler::CachedDomains() const {
-  std::lock_guard<std::recursive_mutex> lock(m_cacheMutex);
+  orv::MutexLock lock(m_cacheMutex);
   return m_cache.Size();
 }
 

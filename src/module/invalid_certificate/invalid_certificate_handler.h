@@ -2,13 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 #include "component/traffic_processing/protocollers/ssl/auto_excludes/auto_exclude_request.h"
 #include "component/traffic_processing/protocollers/ssl/invalid_certificate.h"
 #include "domain_cache.h"
 #include "orv/intrusive_ptr.h"
+#include "orv/mutex.h"
 #include "orv/object_impl.h"
 #include "orv/object_root.h"
 #include "orv/optional.h"
@@ -31,8 +31,8 @@ namespace traffic_monitor = ::traffic_processing::traffic_monitor;
 // exclusion ruling and the events of each decision.
 // Threads: any engine or host thread, several at once; the handler starts none.
 // Locks, never held together and never across a call to another object:
-// - `m_settingsMutex` (recursive) guards `m_settings`, held for a copy only;
-// - `m_cacheMutex` (recursive) guards `m_cache`, held for one put or get with its copy.
+// - `m_settingsMutex` (plain) guards `m_settings`, held for a copy only;
+// - `m_cacheMutex` (plain) guards `m_cache`, held for one put or get with its copy.
 // `m_page` is written once in FinalConstruct and only read afterwards: no lock.
 class InvalidCertificateHandler : public IInvalidCertificateHandlerConstruct,
                                   public IInvalidCertificateHandlerSettings,
@@ -94,7 +94,7 @@ class InvalidCertificateHandler : public IInvalidCertificateHandlerConstruct,
                           UntrustedCertificate& cert) const;
 
   // How many domains the cache holds now, read under the cache lock.
-  size_t CachedDomains() const;
+  size_t CachedDomains() const ORV_EXCLUDES(m_cacheMutex);
 
  protected:
   ~InvalidCertificateHandler() = default;
@@ -117,11 +117,14 @@ class InvalidCertificateHandler : public IInvalidCertificateHandlerConstruct,
                             orv::optional_t<qel::UserInfo>& user) const;
 
   // A copy of the settings, taken under m_settingsMutex.
-  InvalidCertificateHandlerSettings CopySettings() const;
-  void StoreSettings(const InvalidCertificateHandlerSettings& settings);
+  InvalidCertificateHandlerSettings CopySettings() const ORV_EXCLUDES(m_settingsMutex);
+  void StoreSettings(const InvalidCertificateHandlerSettings& settings)
+      ORV_EXCLUDES(m_settingsMutex);
   // m_cache's put and get, each under m_cacheMutex.
-  void CachePut(const orv::types::string8_t& domain, const UntrustedCertificate& cert);
-  result_t CacheGet(const orv::types::string8_t& domain, UntrustedCertificate& cert);
+  void CachePut(const orv::types::string8_t& domain, const UntrustedCertificate& cert)
+      ORV_EXCLUDES(m_cacheMutex);
+  result_t CacheGet(const orv::types::string8_t& domain, UntrustedCertificate& cert)
+      ORV_EXCLUDES(m_cacheMutex);
 
   // The events (events.cpp); the results are for the trace only, no caller looks at them.
   result_t PublishCertificateDetectedEvent(const orv::optional_t<qel::UserInfo>& user,
@@ -146,11 +149,11 @@ class InvalidCertificateHandler : public IInvalidCertificateHandlerConstruct,
   PageTemplate m_page;  // set once by FinalConstruct
   orv::intrusive_ptr<qel::IQelTaskManager> m_taskManager;
 
-  mutable std::recursive_mutex m_settingsMutex;
-  InvalidCertificateHandlerSettings m_settings;  // guarded by m_settingsMutex
+  mutable orv::Mutex m_settingsMutex;
+  InvalidCertificateHandlerSettings m_settings ORV_GUARDED_BY(m_settingsMutex);
 
-  mutable std::recursive_mutex m_cacheMutex;
-  DomainCache m_cache;  // guarded by m_cacheMutex
+  mutable orv::Mutex m_cacheMutex;
+  DomainCache m_cache ORV_GUARDED_BY(m_cacheMutex);
 };
 
 }  // namespace qel::tcp_traffic_interceptor

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <set>
 #include <string>
@@ -30,6 +32,11 @@ class CapturingTracer final : public HostObject<orv::ITracer> {
 
   void RefuseLevel(uint32_t level);
   void RefuseGrowth(bool refuse);
+  // Lines holding `fragment` are counted from now on; with `keep` false no line is kept (a
+  // benchmark's long run).
+  void CountFragment(const std::string& fragment);
+  void KeepLines(bool keep);
+  uint64_t Counted(const std::string& fragment) const;
 
   std::vector<Line> Lines() const;
   // Texts of the lines at `level`.
@@ -48,6 +55,8 @@ class CapturingTracer final : public HostObject<orv::ITracer> {
   std::set<uint32_t> m_refusedLevels;
   bool m_refuseGrowth = false;
   std::vector<Line> m_lines;
+  bool m_keep = true;
+  std::map<std::string, uint64_t, std::less<>> m_counted;
   uint64_t m_opens = 0;
   uint64_t m_grants = 0;
   uint64_t m_puts = 0;

@@ -1,13 +1,11 @@
-#include <mutex>
+#include <atomic>
+#include <memory>
 #include <utility>
 
 #include "cert_manager/certificate_manager_impl.h"
 #include "cert_manager/certificate_names.h"
-#include "cert_stores/conversions/cert_conversions.h"
-#include "cert_stores/conversions/openssl_types.h"
 #include "cert_stores/openssl/openssl_storage.h"
 #include "cert_stores/parse_cache/certificate_parse_cache.h"
-#include "orv/check.h"
 #include "orv/string.h"
 #include "orv/trace_stream.h"
 
@@ -17,64 +15,103 @@ namespace {
 constexpr uint32_t kDetail = orv::trace_level::kDetail;
 constexpr uint32_t kWarning = orv::trace_level::kWarning;
 
-cert_stores::X509Ptr ParseDer(const unsigned char* begin, size_t size) {
-  return cert_stores::X509Ptr(d2i_X509(nullptr, &begin, static_cast<long>(size)));
-}
-
 }  // namespace
 
 result_t CertificateManagerImpl::LoadCertificates() {
   ORV_TRACE(GetTracer(), kDetail)
       << "result_t qel::tcp_traffic_interceptor::CertificateManagerImpl::LoadCertificates()";
-  cert_stores::CertificateParseCache::Shared().Clear();
-  std::lock_guard<RecursiveMutex> lock(m_mutex);
-
-  std::vector<RawCert> certificates;
-  for (const cert_stores::NativePath& path : m_opensslStorages) {
-    std::vector<RawCert> read;
-    if (const result_t result = cert_stores::OpenSslStorage().ReadBundle(path, read);
-        ORV_FAILED(result)) {
-      ORV_TRACE(GetTracer(), kWarning)
-          << "Cannot get certificates from opessl storage: " << orv::trace::Result{result};
-      continue;
-    }
-    ORV_TRACE(GetTracer(), kDetail)
-        << "Loaded " << read.size() << " from '" << path << "' openssl storage";
-    certificates.insert(certificates.end(), std::make_move_iterator(read.begin()),
-                        std::make_move_iterator(read.end()));
-  }
+  orv::MutexLock lock(m_storeMutex);
+  std::vector<std::string> order(m_opensslStorages.begin(), m_opensslStorages.end());
   for (const cert_stores::Nss3Storage& storage : m_nss3Storages) {
-    std::vector<RawCert> read;
-    if (const result_t result = storage.GetCertificates(read); ORV_FAILED(result)) {
-      ORV_TRACE(GetTracer(), kWarning)
-          << "Cannot get certificates from Nss3Storage storage: " << orv::trace::Result{result};
-      continue;
-    }
-    ORV_TRACE(GetTracer(), kDetail)
-        << "Loaded " << read.size() << " from '" << storage.path << "' NSS3 storage";
-    certificates.insert(certificates.end(), std::make_move_iterator(read.begin()),
-                        std::make_move_iterator(read.end()));
+    order.push_back(storage.path);
   }
-  ReadJavaKeystores(certificates);
-  ORV_TRACE(GetTracer(), kDetail) << "certificate list size: " << certificates.size();
-
-  Cache cache;
-  for (RawCert& der : certificates) {
-    const cert_stores::X509Ptr parsed = ParseDer(der.data(), der.size());
-    if (!parsed) {
-      continue;  // not a certificate OpenSSL can read: left out without a word
+  order.insert(order.end(), m_javaKeystores.begin(), m_javaKeystores.end());
+  size_t count = 0;
+  for (const std::string& path : order) {
+    if (KnownStore& store = m_known[path]; !store.pending) {
+      count += ReadStore(path, store);
     }
-    const uint64_t hash = X509_subject_name_hash(parsed.get());
+  }
+  ORV_TRACE(GetTracer(), kDetail) << "certificate list size: " << count;
+  for (const std::string& path : order) {
+    TraceAdded(m_parts.Part(path));
+  }
+  Publish(true);
+  return orv::errors::kOk;
+}
+
+StoreStamp CertificateManagerImpl::StampOf(const std::string& path, StoreKind kind) {
+  if (kind != StoreKind::kNss3) {
+    return StoreStamp{ReadFileStamp(path), std::nullopt};
+  }
+  return StoreStamp{ReadFileStamp(DatabaseFile(path, cert_stores::kNss3DatabaseName)),
+                    ReadFileStamp(DatabaseFile(path, "key4.db"))};
+}
+
+size_t CertificateManagerImpl::ReadStore(const std::string& path, KnownStore& store) {
+  // Taken first: a write during the read shows as a change at the next event.
+  store.stamp = StampOf(path, store.kind);
+  std::vector<RawCert> read;
+  switch (store.kind) {
+    case StoreKind::kBundle:
+      if (const result_t result = cert_stores::OpenSslStorage().ReadBundle(path, read);
+          ORV_FAILED(result)) {
+        ORV_TRACE(GetTracer(), kWarning)
+            << "Cannot get certificates from opessl storage: " << orv::trace::Result{result};
+        read.clear();
+        break;
+      }
+      ORV_TRACE(GetTracer(), kDetail)
+          << "Loaded " << read.size() << " from '" << path << "' openssl storage";
+      break;
+    case StoreKind::kNss3:
+      if (const result_t result = cert_stores::Nss3Storage{path}.GetCertificates(read);
+          ORV_FAILED(result)) {
+        ORV_TRACE(GetTracer(), kWarning)
+            << "Cannot get certificates from Nss3Storage storage: " << orv::trace::Result{result};
+        read.clear();
+        break;
+      }
+      ORV_TRACE(GetTracer(), kDetail)
+          << "Loaded " << read.size() << " from '" << path << "' NSS3 storage";
+      break;
+    case StoreKind::kKeystore:
+      if (ORV_FAILED(ReadJavaKeystore(path, read))) {
+        read.clear();
+      }
+      break;
+  }
+  m_parts.Replace(path, read);
+  return read.size();
+}
+
+bool CertificateManagerImpl::RefreshStore(const std::string& path, KnownStore& store) {
+  if (StampOf(path, store.kind) == store.stamp) {
+    return false;  // the same files as at the last read or write: one stat per file
+  }
+  ReadStore(path, store);
+  TraceAdded(m_parts.Part(path));
+  Publish(true);
+  return true;
+}
+
+void CertificateManagerImpl::Publish(bool trace) {
+  std::shared_ptr<const Cache> cache = m_parts.Build();
+  if (trace) {
+    ORV_TRACE(GetTracer(), kDetail) << "cache size " << cache->size();
+  }
+  std::atomic_store(&m_snapshot, std::move(cache));
+}
+
+void CertificateManagerImpl::TraceAdded(
+    const std::vector<StoreCertificates::Entry>& entries) const {
+  for (const StoreCertificates::Entry& entry : entries) {
     if (orv::TraceScope line(GetTracer(), kDetail); line) {
       line.stream() << "add ";
-      StreamNames(line.stream(), parsed.get(), hash);
+      StreamNames(line.stream(), entry.facts->subjectLine, entry.facts->issuerLine,
+                  entry.facts->subjectHash);
     }
-    cache[hash].insert(std::move(der));
   }
-  ORV_TRACE(GetTracer(), kDetail) << "cache size " << cache.size();
-  // Replaced as a whole: a certificate that left every store leaves the cache too.
-  m_cache.swap(cache);
-  return orv::errors::kOk;
 }
 
 result_t CertificateManagerImpl::FindParentCertificates(
@@ -97,7 +134,6 @@ result_t CertificateManagerImpl::FindParentCertificates(
     line.stream() << "try to find parent for ";
     StreamNames(line.stream(), facts->subjectLine, facts->issuerLine, hash);
   }
-  std::lock_guard<RecursiveMutex> lock(m_mutex);
   return CollectParents(hash, *facts->issuerText, parents);
 }
 

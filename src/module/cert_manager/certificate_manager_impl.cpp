@@ -1,5 +1,7 @@
 #include "cert_manager/certificate_manager_impl.h"
 
+#include <memory>
+
 #include "cert_manager/current_accounts.h"
 #include "cert_stores/java/keystore_discovery.h"
 #include "cert_stores/openssl/store_discovery.h"
@@ -13,7 +15,9 @@ constexpr uint32_t kDetail = orv::trace_level::kDetail;
 }  // namespace
 
 CertificateManagerImpl::CertificateManagerImpl(orv::IServiceLocator* locator, orv::ITracer* tracer)
-    : ServiceLocatorProvider(locator), TracerProvider(tracer) {
+    : ServiceLocatorProvider(locator),
+      TracerProvider(tracer),
+      m_snapshot(std::make_shared<const Cache>()) {
   ORV_CHECK_RESULT(orv::GetInterface(GetServiceLocator(), m_certificatesProvider.Ref()),
                    "Cannot get ITrustedCertificatesProvider interface");
   ORV_CHECK_RESULT(orv::GetInterface(GetServiceLocator(), m_eventsProvider.Ref()),
@@ -31,6 +35,15 @@ CertificateManagerImpl::CertificateManagerImpl(orv::IServiceLocator* locator, or
   // Said only where there are any: a machine without Java keeps the lines it always had.
   if (!m_javaKeystores.empty()) {
     ORV_TRACE(GetTracer(), kDetail) << "found " << m_javaKeystores.size() << " java keystores";
+  }
+  for (const cert_stores::NativePath& path : m_opensslStorages) {
+    m_known[path].kind = StoreKind::kBundle;
+  }
+  for (const cert_stores::Nss3Storage& storage : m_nss3Storages) {
+    m_known[storage.path].kind = StoreKind::kNss3;
+  }
+  for (const cert_stores::NativePath& path : m_javaKeystores) {
+    m_known[path].kind = StoreKind::kKeystore;
   }
 
   // Accounts that exist now are known: only homes that turn up later count as new.

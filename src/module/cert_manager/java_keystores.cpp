@@ -1,7 +1,7 @@
 // The Java keystores of the machine as CertificateManagerImpl sees them: installed into after the
 // OpenSSL stores, read into the cache, and given the root back after a package update.
-#include <algorithm>
-#include <mutex>
+#include <string>
+#include <vector>
 
 #include "cert_manager/certificate_manager_impl.h"
 #include "cert_stores/java/java_keystore_storage.h"
@@ -32,7 +32,6 @@ orv::TraceStream& operator<<(orv::TraceStream& out, const Reason& reason) {
 
 void CertificateManagerImpl::AddToJavaKeystores(
     const std::vector<cert_stores::Certificate>& certificates) {
-  std::lock_guard<RecursiveMutex> lock(m_mutex);
   // Asked anew like the bundles: a JDK installed since the start is taken.
   for (const cert_stores::NativePath& keystore : cert_stores::GetKeystoreFiles()) {
     if (const result_t result =
@@ -46,7 +45,6 @@ void CertificateManagerImpl::AddToJavaKeystores(
 
 void CertificateManagerImpl::DeleteFromJavaKeystores(
     const std::vector<cert_stores::Certificate>& certificates) {
-  std::lock_guard<RecursiveMutex> lock(m_mutex);
   for (const cert_stores::NativePath& keystore : cert_stores::GetKeystoreFiles()) {
     if (const result_t result =
             cert_stores::JavaKeystoreStorage().DeleteCertificates(keystore, certificates);
@@ -57,30 +55,22 @@ void CertificateManagerImpl::DeleteFromJavaKeystores(
   }
 }
 
-void CertificateManagerImpl::ReadJavaKeystores(std::vector<RawCert>& certificates) {
-  std::lock_guard<RecursiveMutex> lock(m_mutex);
-  for (const cert_stores::NativePath& keystore : m_javaKeystores) {
-    std::vector<RawCert> read;
-    if (const result_t result = cert_stores::JavaKeystoreStorage().ReadCertificates(keystore, read);
-        ORV_FAILED(result)) {
-      ORV_TRACE(GetTracer(), kWarning)
-          << "Cannot get certificates from java keystore '" << keystore << "': " << Reason{result};
-      continue;
-    }
-    ORV_TRACE(GetTracer(), kDetail)
-        << "Loaded " << read.size() << " from '" << keystore << "' java keystore";
-    certificates.insert(certificates.end(), std::make_move_iterator(read.begin()),
-                        std::make_move_iterator(read.end()));
+result_t CertificateManagerImpl::ReadJavaKeystore(const std::string& path,
+                                                  std::vector<RawCert>& certificates) const {
+  const result_t result = cert_stores::JavaKeystoreStorage().ReadCertificates(path, certificates);
+  if (ORV_FAILED(result)) {
+    ORV_TRACE(GetTracer(), kWarning)
+        << "Cannot get certificates from java keystore '" << path << "': " << Reason{result};
+    return result;
   }
+  ORV_TRACE(GetTracer(), kDetail) << "Loaded " << certificates.size() << " from '" << path
+                                  << "' java keystore";
+  return result;
 }
 
-bool CertificateManagerImpl::OnJavaKeystoreChanged(const std::string& path) {
-  if (std::find(m_javaKeystores.begin(), m_javaKeystores.end(), path) == m_javaKeystores.end()) {
-    return false;
-  }
-  std::lock_guard<RecursiveMutex> lock(m_mutex);
+void CertificateManagerImpl::OnJavaKeystoreChanged(const std::string& path) {
   if (!m_installed) {
-    return true;
+    return;
   }
   // Our own rewrite arrives here too: the root is then found and nothing is written, so the
   // event does not come back.
@@ -91,7 +81,6 @@ bool CertificateManagerImpl::OnJavaKeystoreChanged(const std::string& path) {
   } else if (result == orv::errors::kOk) {
     ORV_TRACE(GetTracer(), kDetail) << "Add cert to " << path;
   }
-  return true;
 }
 
 }  // namespace qel::tcp_traffic_interceptor

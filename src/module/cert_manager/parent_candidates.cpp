@@ -1,7 +1,8 @@
 // The parent lookup's steps after the child's names are known: the plain way for bytes whose
-// remembered facts cannot serve, and the gathering of candidates under the manager's lock.
+// remembered facts cannot serve, and the gathering of candidates from the published cache.
 #include <algorithm>
-#include <mutex>
+#include <atomic>
+#include <memory>
 #include <string>
 
 #include "cert_manager/certificate_manager_impl.h"
@@ -31,11 +32,11 @@ result_t CertificateManagerImpl::FindParentCertificatesOfParsed(
     line.stream() << "try to find parent for ";
     StreamNames(line.stream(), parsed.get(), hash);
   }
-  std::lock_guard<RecursiveMutex> lock(m_mutex);
   return CollectParents(hash, cert_stores::GetIssuerText(parsed.get()), parents);
 }
 
-// Under m_mutex: the provider's certificates for the issuer, then the cache's set of the hash.
+// Without a lock: the provider's certificates for the issuer, then the set of the hash in the
+// cache published last (a reload running meanwhile publishes a new one and leaves this one alone).
 result_t CertificateManagerImpl::CollectParents(
     uint64_t hash, const std::string& issuerText,
     orv::types::vector_t<orv::types::vector_t<unsigned char>>& parents) {
@@ -47,7 +48,8 @@ result_t CertificateManagerImpl::CollectParents(
 
   // No further test: a colliding hash gives its certificates too, and duplicates between the
   // provider and the cache stay.
-  if (const auto found = m_cache.find(hash); found != m_cache.end()) {
+  const std::shared_ptr<const Cache> cache = std::atomic_load(&m_snapshot);
+  if (const auto found = cache->find(hash); found != cache->end()) {
     for (const RawCert& der : found->second) {
       qel::RawCert& copy = candidates.emplace_back();
       copy.resize(der.size());

@@ -1,9 +1,12 @@
-#include <mutex>
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "cert_manager/certificate_manager_impl.h"
 #include "cert_stores/conversions/cert_conversions.h"
-#include "cert_stores/conversions/openssl_types.h"
 #include "cert_stores/openssl/openssl_storage.h"
+#include "cert_stores/parse_cache/certificate_parse_cache.h"
 #include "orv/trace_stream.h"
 
 namespace qel::tcp_traffic_interceptor {
@@ -17,12 +20,6 @@ cert_stores::RawCert CopyBytes(const qel::RawCert& cert) {
   return cert_stores::RawCert(cert.begin(), cert.end());
 }
 
-// The parsed certificate, or null for bytes that are not DER.
-cert_stores::X509Ptr ParseDer(const cert_stores::RawCert& der) {
-  const unsigned char* cursor = der.data();
-  return cert_stores::X509Ptr(d2i_X509(nullptr, &cursor, static_cast<long>(der.size())));
-}
-
 }  // namespace
 
 result_t CertificateManagerImpl::Install(const qel::RawCert& cert) {
@@ -30,37 +27,68 @@ result_t CertificateManagerImpl::Install(const qel::RawCert& cert) {
   // The name is drawn outside the lock.
   std::vector<Certificate> certificates{cert_stores::MakeCertificate(der)};
 
-  std::lock_guard<RecursiveMutex> lock(m_mutex);
+  orv::MutexLock lock(m_storeMutex);
   if (const result_t result = cert_stores::OpenSslStorage().AddCertificates(certificates);
       ORV_FAILED(result)) {
     ORV_TRACE(GetTracer(), kWarning)
         << "Cannot add certificate to openssl storage: " << orv::trace::Result{result};
   }
   AddToJavaKeystores(certificates);
+  std::vector<std::string> gone;
   for (const cert_stores::Nss3Storage& storage : m_nss3Storages) {
+    KnownStore& store = m_known[storage.path];
+    if (!IsPresent(storage.path)) {
+      gone.push_back(storage.path);  // a profile deleted since: no helper run, no warning
+      continue;
+    }
     ORV_TRACE(GetTracer(), kDetail) << "Add cert to " << storage.path;
-    std::vector<Certificate> copy = certificates;
-    if (const result_t result = cert_stores::Nss3Storage(storage).AddCertificatesToStore(copy);
-        ORV_FAILED(result)) {
+    const bool wasRead = !store.pending && m_parts.Holds(storage.path);
+    const result_t result = AskToAdd(storage, store, certificates);
+    if (result == cert_stores::kNss3DatabaseNotReady) {
+      continue;  // its files are watched: it gets the root once its creator is done
+    }
+    if (ORV_FAILED(result)) {
       ORV_TRACE(GetTracer(), kWarning)
           << "Cannot add certificate to " << storage.path << ": " << orv::trace::Result{result};
+    } else if (wasRead) {
+      // What the store holds now is known without reading it: the events of this write cost a
+      // stat each.
+      m_parts.Add(storage.path, der);
+      store.stamp = StampOf(storage.path, store.kind);
+    } else {
+      ReadStore(storage.path, store);
     }
+  }
+  for (const std::string& path : gone) {
+    ForgetNss3Store(path);
   }
   // Only the last installed certificate goes into stores that turn up later.
   m_certificates.swap(certificates);
   m_installed = true;
 
-  if (const cert_stores::X509Ptr parsed = ParseDer(der)) {
-    m_cache[X509_subject_name_hash(parsed.get())].insert(der);
+  // The bundles and keystores written above are read once more now, not at each of their events.
+  for (auto& [path, store] : m_known) {
+    if (store.kind != StoreKind::kNss3 && StampOf(path, store.kind) != store.stamp) {
+      ReadStore(path, store);
+    }
   }
+  // Published before returning: a lookup that starts after Install sees the root, even where no
+  // store could take it (until the next read of a store).
+  auto cache = m_parts.Build();
+  if (const auto facts = cert_stores::CertificateParseCache::Shared().Get(der.data(), der.size());
+      facts->parsed) {
+    (*cache)[facts->subjectHash].insert(der);
+  }
+  std::atomic_store(&m_snapshot, std::shared_ptr<const Cache>(std::move(cache)));
   return orv::errors::kOk;
 }
 
 result_t CertificateManagerImpl::Uninstall(const qel::RawCert& cert) {
   // The stores match by the bytes: no name is needed.
   const std::vector<Certificate> certificates{Certificate{std::string(), CopyBytes(cert)}};
+  const cert_stores::RawCert& der = certificates.front().raw;
 
-  std::lock_guard<RecursiveMutex> lock(m_mutex);
+  orv::MutexLock lock(m_storeMutex);
   const result_t openSslResult = cert_stores::OpenSslStorage().DeleteCertificates(certificates);
   if (ORV_FAILED(openSslResult)) {
     ORV_TRACE(GetTracer(), kWarning)
@@ -68,18 +96,34 @@ result_t CertificateManagerImpl::Uninstall(const qel::RawCert& cert) {
   }
   DeleteFromJavaKeystores(certificates);
   for (const cert_stores::Nss3Storage& storage : m_nss3Storages) {
+    KnownStore& store = m_known[storage.path];
+    if (store.pending) {
+      continue;  // nothing was written into it
+    }
     if (ORV_FAILED(cert_stores::Nss3Storage(storage).DeleteCertificatesFromStore(certificates))) {
       // The line carries the OpenSSL step's code, not this store's: kept as the product has it.
       ORV_TRACE(GetTracer(), kWarning) << "Cannot delete certificate from: " << storage.path << ": "
                                        << orv::trace::Result{openSslResult};
+      continue;
     }
+    m_parts.Remove(storage.path, der);
+    store.stamp = StampOf(storage.path, store.kind);
   }
   m_installed = false;
   // m_certificates stays: a store that turns up later still receives the removed certificate
   // until the next Install replaces the list.
-  if (const cert_stores::X509Ptr parsed = ParseDer(certificates.front().raw)) {
-    m_cache.erase(X509_subject_name_hash(parsed.get()));
+  for (auto& [path, store] : m_known) {
+    if (store.kind != StoreKind::kNss3 && StampOf(path, store.kind) != store.stamp) {
+      ReadStore(path, store);
+    }
   }
+  // Every certificate with the root's subject leaves the lookups' cache until a store is read.
+  auto cache = m_parts.Build();
+  if (const auto facts = cert_stores::CertificateParseCache::Shared().Get(der.data(), der.size());
+      facts->parsed) {
+    cache->erase(facts->subjectHash);
+  }
+  std::atomic_store(&m_snapshot, std::shared_ptr<const Cache>(std::move(cache)));
   return orv::errors::kOk;
 }
 

@@ -1,4 +1,3 @@
-#include <mutex>
 #include <set>
 #include <string>
 #include <string_view>
@@ -51,7 +50,7 @@ result_t CertificateManagerImpl::SubscribeToEvents() {
   // the list under the lock: read it under the lock too.
   std::vector<cert_stores::NativePath> stores;
   {
-    std::lock_guard<RecursiveMutex> lock(m_mutex);
+    orv::MutexLock lock(m_storeMutex);
     for (const cert_stores::Nss3Storage& info : m_nss3Storages) {
       stores.push_back(info.path);
     }
@@ -72,41 +71,43 @@ result_t CertificateManagerImpl::OnEvent(const InotifyEvent& event) {
   if (event.name.view() == std::string_view(UtmpPath)) {
     return OnLoginsChanged(event);
   }
-
-  bool known = false;
-  {
-    std::lock_guard<RecursiveMutex> lock(m_mutex);
-    const std::string path(event.name.view());
-    if (event.type == kObjectCreated &&
-        tools::LastPathComponent(path) == cert_stores::kNss3DatabaseName) {
-      cert_stores::Nss3Storage storage;
-      if (ORV_SUCCEEDED(cert_stores::MakeNss3Storage(path, storage))) {
-        ORV_TRACE(GetTracer(), kDetail) << "Add cert to " << storage.path;
-        AddCertificatesToNewStore(storage);
-      }
+  const std::string path(event.name.view());
+  orv::MutexLock lock(m_storeMutex);
+  if (event.type == kObjectCreated &&
+      tools::LastPathComponent(path) == cert_stores::kNss3DatabaseName) {
+    if (cert_stores::Nss3Storage storage;
+        ORV_SUCCEEDED(cert_stores::MakeNss3Storage(path, storage))) {
+      AdoptNss3Store(storage);
     }
-    for (const cert_stores::Nss3Storage& storage : m_nss3Storages) {
-      if (storage.path == path) {
-        known = true;
-        break;
-      }
+  } else if (const cert_stores::Nss3Storage* pending = PendingStoreOf(path)) {
+    // One of its files changed: maybe its creator is done now, or it is gone.
+    const cert_stores::Nss3Storage storage = *pending;
+    KnownStore& store = m_known[storage.path];
+    if (!IsPresent(storage.path)) {
+      ForgetNss3Store(storage.path);
+    } else if (StampOf(storage.path, store.kind) != store.stamp) {
+      GiveCertificates(storage, store);
     }
   }
-  // The OpenSSL list never changes after construction: read without the lock.
-  for (size_t i = 0; !known && i < m_opensslStorages.size(); ++i) {
-    known = event.name.view() == m_opensslStorages[i];
-  }
-  known = known || OnJavaKeystoreChanged(std::string(event.name.view()));
-  if (!known) {
+  const auto known = m_known.find(path);
+  if (known == m_known.end()) {
     return orv::errors::kOk;
   }
   ORV_TRACE(GetTracer(), kDetail) << kOnEventSignature << " event.name: " << event.name
                                   << ", event.type: " << event.type;
-  if (const result_t result = ORV_TRACE_IF_FAILED(GetTracer(), LoadCertificates())
-                              << "Cannot to load certificates";
-      ORV_FAILED(result)) {
-    return result;
+  KnownStore& store = known->second;
+  if (store.pending) {
+    return orv::errors::kOk;
   }
+  if (store.kind == StoreKind::kNss3 && !IsPresent(path)) {
+    ForgetNss3Store(path);
+    Publish(true);
+    return orv::errors::kOk;
+  }
+  if (store.kind == StoreKind::kKeystore) {
+    OnJavaKeystoreChanged(path);
+  }
+  RefreshStore(path, store);
   return orv::errors::kOk;
 }
 
@@ -121,10 +122,10 @@ result_t CertificateManagerImpl::OnLoginsChanged(const InotifyEvent& event) {
     newHomes.insert(user.home);
     ORV_TRACE(GetTracer(), kDetail)
         << kNewHomeSource << ": user home directory '" << user.home << "' is added";
-    // The lock is taken per store, not across the scan, so lookups are not held up by it.
+    // The lock is taken per store, not across the scan, so other store work is not held up by it.
     for (const cert_stores::Nss3Storage& storage : cert_stores::GetUserNss3Storages(user)) {
-      ORV_TRACE(GetTracer(), kDetail) << "Add cert to " << storage.path;
-      AddCertificatesToNewStore(storage);
+      orv::MutexLock lock(m_storeMutex);
+      AdoptNss3Store(storage);
     }
   }
   for (const std::string& home : newHomes) {
@@ -140,15 +141,6 @@ result_t CertificateManagerImpl::OnLoginsChanged(const InotifyEvent& event) {
   // Marked as done even when every subscription failed: a home is not tried again.
   m_userHomes.insert(newHomes.begin(), newHomes.end());
   return orv::errors::kOk;
-}
-
-void CertificateManagerImpl::AddCertificatesToNewStore(const cert_stores::Nss3Storage& storage) {
-  std::lock_guard<RecursiveMutex> lock(m_mutex);
-  std::vector<cert_stores::Certificate> copy = m_certificates;
-  if (ORV_FAILED(cert_stores::Nss3Storage(storage).AddCertificatesToStore(copy))) {
-    ORV_TRACE(GetTracer(), kWarning) << "Cannot add certificates to " << storage.path;
-  }
-  m_nss3Storages.push_back(storage);
 }
 
 }  // namespace qel::tcp_traffic_interceptor

@@ -1,10 +1,15 @@
+#include <sys/stat.h>
+
 #include <atomic>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "crypto/trusted_certificate_provider.h"
+#include "sandbox/mount_namespace.h"
 #include "support/machine.h"
+#include "support/nss_test_db.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
 namespace cert_manager_test {
@@ -13,7 +18,6 @@ namespace {
 const std::vector<Account> kAlice = {{"alice", 1000, "/home/alice"}};
 const std::string kImpl = "qel::tcp_traffic_interceptor::CertificateManagerImpl::";
 const std::string kOnEvent = "virtual result_t " + kImpl + "OnEvent(const qel::InotifyEvent&)";
-const std::string kLoad = "result_t " + kImpl + "LoadCertificates()";
 
 TEST_F(CertManagerTest, OnEvent_LoginOfNewUser_StoresFoundDirectoriesSubscribedOnce) {
   RecordInotify();
@@ -62,10 +66,11 @@ TEST_F(CertManagerTest, OnEvent_LoginOfNewUser_StoresFoundDirectoriesSubscribedO
   });
 }
 
-TEST_F(CertManagerTest, OnEvent_StorePaths_AddOnlyCreatedDatabasesReloadOnlyKnownStores) {
+TEST_F(CertManagerTest, OnEvent_StorePaths_AddOnlyCreatedDatabasesReadOnlyChangedStore) {
   RecordInotify();
   RunInMountNamespace([&] {
     BuildMachine(StoreLayout::kFedora, kAlice);
+    MakeNssDatabase("/home/alice/.pki/nssdb");
     orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
     ASSERT_TRUE(manager);
     // Uninstall keeps the last installed certificate for stores that turn up later.
@@ -74,26 +79,56 @@ TEST_F(CertManagerTest, OnEvent_StorePaths_AddOnlyCreatedDatabasesReloadOnlyKnow
     EXPECT_EQ(manager->Install(Raw(first.Der())), 0);
     EXPECT_EQ(manager->Install(Raw(last.Der())), 0);
     EXPECT_EQ(manager->Uninstall(Raw(last.Der())), 0);
-    const std::string database = "/home/alice/.mozilla/firefox/p1/cert9.db";
+    const std::string directory = "/home/alice/.mozilla/firefox/p1";
+    const std::string database = directory + "/cert9.db";
+    const auto reads = [&] { return CountStartingWith(800, "Loaded "); };
 
-    // Not a database, another type, an unknown path: nothing is added, nothing reloaded.
+    // Not a database, another type, an unknown path: nothing is added, nothing read.
     tracer->Clear();
     EXPECT_EQ(inotify->Deliver(database, 7), 0);
-    MakeNssDatabase("/home/alice/.mozilla/firefox/p1");
+    MakeNssDatabase(directory);
     EXPECT_EQ(inotify->Deliver(database, 6), 0);
-    EXPECT_EQ(inotify->Deliver("/home/alice/.mozilla/firefox/p1/key4.db", 7), 0);
+    EXPECT_EQ(inotify->Deliver(directory + "/key4.db", 7), 0);
     EXPECT_TRUE(tracer->Texts(800).empty());
 
-    // A created database becomes a store; its path is the event's, so the cache reloads too.
+    // A created database becomes a store, given the root and read: no other store is read.
     EXPECT_EQ(inotify->Deliver(database, 7), 0);
     EXPECT_EQ(LineCount(800, "Add cert to " + database), 1u);
     EXPECT_EQ(LineCount(800, kOnEvent + " event.name: " + database + ", event.type: 7"), 1u);
-    EXPECT_EQ(LineCount(800, kLoad), 1u);
-    EXPECT_EQ(NssCertificates("/home/alice/.mozilla/firefox/p1"), std::vector<Der>{last.Der()});
-    // From now on a change of it reloads.
+    EXPECT_EQ(tracer->Texts(800)[1], "Loaded 1 from '" + database + "' NSS3 storage");
+    EXPECT_EQ(reads(), 1u);
+    EXPECT_EQ(NssCertificates(directory), std::vector<Der>{last.Der()});
+    // Its creation reported again, our own write's events, a known store's events: while the
+    // files are the same as at the last read or write, a stat each and nothing read or added.
+    for (const auto& [path, type] :
+         std::vector<std::pair<std::string, uint32_t>>{{database, 7},
+                                                       {database, 6},
+                                                       {"/home/alice/.pki/nssdb/cert9.db", 6},
+                                                       {"/etc/pki/tls/certs/ca-bundle.crt", 6}}) {
+      EXPECT_EQ(inotify->Deliver(path, type), 0);
+    }
+    EXPECT_EQ(reads(), 1u);
+    EXPECT_EQ(LineCount(800, "Add cert to " + database), 1u);
+    // Changed by someone else: that store alone is read again, and the lookups see it.
+    const TestCertificate other = tti::test::MakeRootCertificate("Other Root");
+    tti::test::AddWithCertutil(directory, other, "other", "C,,");
     EXPECT_EQ(inotify->Deliver(database, 6), 0);
-    EXPECT_EQ(LineCount(800, kLoad), 2u);
-    // A rewritten bundle reloads as well: the real-inotify test (watch_test) shows it.
+    EXPECT_EQ(reads(), 2u);
+    std::vector<Der> parents;
+    EXPECT_EQ(FindParents(manager.get(), other.Der(), parents), 0);
+    // Gone: forgotten, no store read, no warning; made again at the same path, it is new.
+    std::filesystem::remove_all(directory);
+    EXPECT_EQ(inotify->Deliver(database, 8), 0);
+    EXPECT_EQ(LineCount(800, "Forget " + database), 1u);
+    MakeNssDatabase(directory);
+    EXPECT_EQ(inotify->Deliver(database, 7), 0);
+    EXPECT_EQ(LineCount(800, "Add cert to " + database), 2u);
+    EXPECT_EQ(reads(), 3u);
+    EXPECT_TRUE(tracer->Texts(500).empty());
+    // Held once: an install runs the helper for it once.
+    tracer->Clear();
+    EXPECT_EQ(manager->Install(Raw(last.Der())), 0);
+    EXPECT_EQ(LineCount(800, "Add cert to " + database), 1u);
   });
 }
 
@@ -151,6 +186,40 @@ TEST_F(CertManagerTest, FindParentCertificates_ProviderThenCache_ResultsAndOutpu
     EXPECT_TRUE(tracer->Contains(
         "try to find parent for subject: /O=tti tests/CN=leaf, issuer: /O=tti tests/CN=Lookup Root "
         "with hash "));
+  });
+}
+
+// A helper held on purpose inside an install: a lookup on another thread answers from the cache
+// published before, without waiting for the store work.
+TEST_F(CertManagerTest, FindParentCertificates_HelperHeldInsideInstall_AnswersBeforeItEnds) {
+  RunInMountNamespace([&] {
+    BuildMachine(StoreLayout::kFedora, kAlice);
+    MakeNssDatabase("/home/alice/.pki/nssdb");
+    const TestCertificate packaged = tti::test::MakeRootCertificate("Packaged Root");
+    const TestCertificate leaf = tti::test::MakeServerCertificate(packaged, "leaf");
+    tti::test::WriteText("/etc/pki/tls/certs/ca-bundle.crt", packaged.Pem());
+    orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
+    ASSERT_TRUE(manager);
+    const std::string gate = "/home/.gate";
+    const std::string started = "/home/.started";
+    ASSERT_EQ(::mkfifo(gate.c_str(), 0600), 0);
+    host::sandbox::WriteTextFile(
+        "/home/.helper", "#!/bin/sh\n: > " + started + "\nread line < " + gate + "\n", 0755);
+    host::sandbox::BindReadOnly("/home/.helper", "/opt/morvane/tolm/libexec/cert-manager");
+
+    std::thread install([&] { manager->Install(Raw(tti::test::MakeRootCertificate("R").Der())); });
+    ASSERT_TRUE(tti::test::Eventually([&] { return std::filesystem::exists(started); }));
+    std::atomic<bool> answered{false};
+    std::vector<Der> parents;
+    std::thread lookup([&] {
+      EXPECT_EQ(FindParents(manager.get(), leaf.Der(), parents), 0);
+      answered = true;
+    });
+    EXPECT_TRUE(tti::test::Eventually([&] { return answered.load(); }));
+    tti::test::WriteText(gate, "go\n");
+    install.join();
+    lookup.join();
+    EXPECT_EQ(parents, std::vector<Der>{packaged.Der()});
   });
 }
 

@@ -75,6 +75,7 @@ CertificateFacts ReadCertificateFacts(const uint8_t* data, size_t size) {
   facts.parsed = true;
   facts.canonical = ReencodesToSameBytes(certificate.get(), data, size);
   facts.issuerHash = X509_issuer_name_hash(certificate.get());
+  facts.subjectHash = X509_subject_name_hash(certificate.get());
   try {
     facts.issuerText = GetIssuerText(certificate.get());
   } catch (const orv::CheckFailedException&) {

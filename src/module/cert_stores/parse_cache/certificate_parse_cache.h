@@ -34,7 +34,7 @@ class CertificateParseCache final {
 
   // The facts of the bytes: remembered ones, or those of a parse made now (outside the lock).
   std::shared_ptr<const CertificateFacts> Get(const uint8_t* data, size_t size);
-  // Forgets everything; the stores' reload calls it.
+  // Forgets everything.
   void Clear();
   size_t Size() const;
 

@@ -43,11 +43,6 @@ inline bool operator==(const Nss3Storage& left, const Nss3Storage& right) {
   return std::tie(left.path, left.uid, left.gid) == std::tie(right.path, right.uid, right.gid);
 }
 
-// AddCertificatesToStore's answer when the database's creator is not done with it yet (its
-// key4.db is missing or its token still needs user initialisation): nothing was written; not a
-// failure.
-constexpr result_t kNss3DatabaseNotReady = orv::errors::kFalse;
-
 // The file name of a database and the system database's directory.
 constexpr const char* kNss3DatabaseName = "cert9.db";
 constexpr const char* kSystemNss3Path = "/etc/pki/nssdb/";

@@ -39,16 +39,24 @@ std::string LastNssError() {
   return text;
 }
 
-TrustStore::TrustStore(const std::string& storePath) : m_slot(PK11_GetInternalKeySlot()) {
+TrustStore::TrustStore(const std::string& storePath, bool madeHere)
+    : m_slot(PK11_GetInternalKeySlot()) {
   if (!m_slot) {
     throw std::runtime_error("no internal key slot in " + storePath + ": " + LastNssError());
   }
-  LogIn(storePath);
+  LogIn(storePath, madeHere);
 }
 
-void TrustStore::LogIn(const std::string& storePath) {
+void TrustStore::LogIn(const std::string& storePath, bool madeHere) {
   PK11_SetPasswordFunc(NoPassword);
   if (PK11_NeedUserInit(m_slot.get())) {
+    // Its maker is between opening it and choosing a password. NSS would take the certificate
+    // but refuse its trust (SEC_ERROR_TOKEN_NOT_LOGGED_IN), and giving the token a password here
+    // would make a later `certutil -N` ask for the old one.
+    if (!madeHere) {
+      throw DatabaseNotReady("the database " + storePath +
+                             " is not set up by its maker yet; nothing was changed");
+    }
     if (PK11_InitPin(m_slot.get(), nullptr, "") != SECSuccess) {
       throw std::runtime_error("cannot set the empty password of " + storePath + ": " +
                                LastNssError());

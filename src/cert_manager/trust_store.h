@@ -1,6 +1,7 @@
 #pragma once
 
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -12,15 +13,22 @@ namespace qel::cert_manager {
 using tcp_traffic_interceptor::cert_stores::Certificate;
 using tcp_traffic_interceptor::cert_stores::SlotPtr;
 
+// A database whose maker has not finished setting it up: nothing was written to it.
+class DatabaseNotReady final : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 // The writes of the helper on the internal slot of an open NSS context. Single-threaded: the
 // helper does one store per run.
 class TrustStore final {
  public:
-  // Takes the internal key slot of the open context and logs in to it. A database without any
-  // password yet gets the empty one, as certutil does, so that trust can be written; one whose
-  // password is not empty cannot be opened by the helper and throws std::runtime_error before
-  // anything is written.
-  explicit TrustStore(const std::string& storePath);
+  // Takes the internal key slot of the open context and logs in to it, before anything is
+  // written. A token that still needs its first password belongs to the program setting it up:
+  // it gets the empty password only when this run has just made the database (`madeHere`),
+  // otherwise DatabaseNotReady is thrown. A password that is not empty cannot be given by the
+  // helper: std::runtime_error.
+  TrustStore(const std::string& storePath, bool madeHere);
   TrustStore(const TrustStore&) = delete;
   TrustStore& operator=(const TrustStore&) = delete;
 
@@ -33,7 +41,7 @@ class TrustStore final {
   int DeleteByBytes(const std::vector<Certificate>& certificates, std::ostream& errors);
 
  private:
-  void LogIn(const std::string& storePath);
+  void LogIn(const std::string& storePath, bool madeHere);
 
   SlotPtr m_slot;
 };

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "cert_stores/nss/nss_context.h"
 #include "support/clean_command.h"
 #include "support/namespace_sandbox.h"
 
@@ -52,6 +53,11 @@ void CreateNssDatabase(const std::string& directory, const std::string& password
   const std::vector<std::string> option = PasswordWords(directory, password);
   words.insert(words.end(), option.begin(), option.end());
   Require(RunClean(words), "certutil -N in " + directory);
+}
+
+void CreateUnsetNssDatabase(const std::string& directory) {
+  fs::create_directories(directory);
+  const qel::tcp_traffic_interceptor::cert_stores::NssContext made(directory + "/", false);
 }
 
 void AddWithCertutil(const std::string& directory, const TestCertificate& certificate,

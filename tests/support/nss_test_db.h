@@ -19,6 +19,9 @@ class ScratchDirectory final : public TempDir {
 
 // `certutil -N`: a new database in `directory`, with the empty password unless one is given.
 void CreateNssDatabase(const std::string& directory, const std::string& password = "");
+// A database as its maker leaves it between creating the files and choosing a password: NSS's
+// files made by an open for writing, the token still waiting for its first password.
+void CreateUnsetNssDatabase(const std::string& directory);
 // `certutil -A`: imports a PEM certificate under `nickname` with the trust flags.
 void AddWithCertutil(const std::string& directory, const TestCertificate& certificate,
                      const std::string& nickname, const std::string& trust,

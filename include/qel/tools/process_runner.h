@@ -69,6 +69,9 @@ struct ProcessOptions {
   std::vector<ResourceLimit> limits = {{20480, 20480, RLIMIT_NOFILE}};
   uint64_t timeoutMs = 0;  // 0: no time limit
   uint64_t graceMs = 200;  // between SIGTERM and SIGKILL
+  // The child leads a process group of its own: the time limit's signals go to the whole group,
+  // and whatever of the group outlives the child is killed when it ends (RunProcess only).
+  bool ownProcessGroup = false;
 
   // Outputs.
   std::optional<int32_t> exitCode;

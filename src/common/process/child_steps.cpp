@@ -107,6 +107,11 @@ void RunChildSteps(const ChildPlan& plan) noexcept {
   sigset_t none;
   sigemptyset(&none);
   pthread_sigmask(SIG_SETMASK, &none, nullptr);
+  // The parent makes the same call: whichever runs first, the group exists before exec and
+  // before the parent could signal it.
+  if (plan.ownProcessGroup && setpgid(0, 0) != 0) {
+    ExitWithErrno();
+  }
   if (plan.cwd != nullptr && chdir(plan.cwd) != 0) {
     ExitWithErrno();
   }

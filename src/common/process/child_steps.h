@@ -24,6 +24,7 @@ struct ChildPlan {
   size_t groupCount = 0;
   const ResourceLimit* limits = nullptr;
   size_t limitCount = 0;
+  bool ownProcessGroup = false;  // setpgid(0, 0) first
 };
 
 // The raw clone with SIGCHLD only: no pthread_atfork handlers run in either process.

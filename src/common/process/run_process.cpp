@@ -60,7 +60,10 @@ result_t OpenPipes(ProcessOptions& options, process::PipeSlots& pipes, ChildPlan
 // After the fork: feeds and drains the pipes, then waits for the child; the pump's failure wins.
 result_t PumpAndWait(ProcessOptions& options, process::PipeSlots& pipes, pid_t pid,
                      const Deadline& deadline) {
-  process::ChildGuard child(pid);
+  process::ChildGuard child(pid, options.ownProcessGroup);
+  if (options.ownProcessGroup) {
+    setpgid(pid, pid);  // EACCES once the child has exec'd: it made the group itself by then
+  }
   pipes.CloseChildEnds();
   result_t pumped = orv::errors::kOk;
   if (pipes.AnyParentEnd()) {
@@ -163,6 +166,7 @@ result_t RunProcess(ProcessOptions& options) {
   }
   plan.limits = options.limits.data();
   plan.limitCount = options.limits.size();
+  plan.ownProcessGroup = options.ownProcessGroup;
   process::PipeSlots pipes;
   if (const result_t opened = OpenPipes(options, pipes, plan); ORV_FAILED(opened)) {
     return opened;

@@ -16,19 +16,26 @@ namespace qel::tools::process {
 using Clock = std::chrono::steady_clock;
 using Deadline = std::optional<Clock::time_point>;
 
-// Kills and reaps the child unless it was reaped already (Release).
+// Kills and reaps the child unless it was reaped already (Release). With `group`, the child leads
+// its own process group, which is what gets killed, on every way out.
 class ChildGuard final {
  public:
-  explicit ChildGuard(pid_t pid) noexcept : m_pid(pid) {}
+  explicit ChildGuard(pid_t pid, bool group = false) noexcept : m_pid(pid), m_group(group) {}
   ChildGuard(const ChildGuard&) = delete;
   ChildGuard& operator=(const ChildGuard&) = delete;
   ~ChildGuard();
 
   pid_t pid() const noexcept { return m_pid; }
-  void Release() noexcept { m_pid = -1; }
+  // What signals go to: the child, or its whole group.
+  pid_t target() const noexcept { return m_group ? -m_pid : m_pid; }
+  // The child was reaped here: nothing to kill but what is left of its group.
+  void Release() noexcept;
+  // The child was reaped elsewhere: its id may already be another process's.
+  void Abandon() noexcept { m_pid = -1; }
 
  private:
   pid_t m_pid;
+  bool m_group;
 };
 
 // The six pipe ends of a run; all closed on every way out.

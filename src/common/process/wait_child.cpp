@@ -51,11 +51,20 @@ ChildGuard::~ChildGuard() {
   if (m_pid <= 0) {
     return;
   }
-  if (kill(m_pid, SIGKILL) != 0 && errno != ESRCH) {
+  if (kill(target(), SIGKILL) != 0 && errno != ESRCH) {
     return;  // waiting now could block for ever
   }
   while (waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
   }
+}
+
+void ChildGuard::Release() noexcept {
+  // The child is reaped; what is left of its group was its own children. The group's id stays
+  // taken while any of them lives, so the signal cannot reach a stranger.
+  if (m_group && m_pid > 0) {
+    kill(-m_pid, SIGKILL);
+  }
+  m_pid = -1;
 }
 
 result_t WaitForChild(ChildGuard& child, const Deadline& deadline, ProcessOptions& options) {
@@ -64,13 +73,13 @@ result_t WaitForChild(ChildGuard& child, const Deadline& deadline, ProcessOption
   int error = 0;
   Poll outcome = PollChild(pid, deadline, kFirstPause, status, error);
   if (outcome == Poll::kTimedOut) {
-    if (kill(pid, SIGTERM) != 0 && errno != ESRCH) {
+    if (kill(child.target(), SIGTERM) != 0 && errno != ESRCH) {
       return StoreFailure(options, orv::ResultFromErrno(errno), ChildStage::kSigterm, errno);
     }
     outcome = PollChild(pid, Clock::now() + std::chrono::milliseconds(options.graceMs), kGracePause,
                         status, error);
     if (outcome == Poll::kTimedOut) {
-      if (kill(pid, SIGKILL) != 0 && errno != ESRCH) {
+      if (kill(child.target(), SIGKILL) != 0 && errno != ESRCH) {
         return StoreFailure(options, orv::ResultFromErrno(errno), ChildStage::kSigkill, errno);
       }
       outcome = PollChild(pid, Clock::now() + kKillWait, kKillPause, status, error);
@@ -90,7 +99,7 @@ result_t WaitForChild(ChildGuard& child, const Deadline& deadline, ProcessOption
   }
   if (outcome == Poll::kFailed) {
     // Somebody else reaped it (SIGCHLD ignored, say): the pid is no longer ours to kill.
-    child.Release();
+    child.Abandon();
     return StoreFailure(options, orv::ResultFromErrno(static_cast<uint32_t>(error)),
                         ChildStage::kWait, error);
   }

@@ -151,6 +151,7 @@ TEST_F(CertManagerTest, PasswordDatabase_RefusedWithMessageAndUnchanged) {
 TEST_F(CertManagerTest, DatabaseNotOpened_ExitTwoWithMessage) {
   const std::string damaged = m_scratch.MakeFolder("damaged");
   tti::test::WriteTextFile(damaged + "/cert9.db", "not a database, not at all\n");
+  tti::test::WriteTextFile(damaged + "/key4.db", "no keys either\n");
   const auto before = FolderBytes(damaged);
   // Damaged, or in a folder that is not there: store path and a part of the message.
   const std::pair<std::string, std::string> cases[] = {
@@ -162,6 +163,36 @@ TEST_F(CertManagerTest, DatabaseNotOpened_ExitTwoWithMessage) {
     EXPECT_THAT(run.output, HasSubstr(message));
   }
   EXPECT_EQ(FolderBytes(damaged), before);
+}
+
+TEST_F(CertManagerTest, DatabaseItsMakerSetsUp_ExitFourUnchangedThenAddedOnceReady) {
+  // A maker between its steps: the key file not there yet or still empty, or the token without
+  // its first password.
+  const std::string unset = m_scratch.MakeFolder("unset");
+  tti::test::CreateUnsetNssDatabase(unset);
+  const std::string noKeys = m_scratch.MakeFolder("nokeys");
+  CreateNssDatabase(noKeys);
+  std::filesystem::remove(noKeys + "/key4.db");
+  const std::string emptyKeys = m_scratch.MakeFolder("emptykeys");
+  CreateNssDatabase(emptyKeys);
+  std::filesystem::resize_file(emptyKeys + "/key4.db", 0);
+  for (const std::string& directory : {unset, noKeys, emptyKeys}) {
+    const auto before = FolderBytes(directory);
+    for (const HelperRun& run :
+         {Add(directory + "/cert9.db", {m_cert}), Delete(directory + "/cert9.db", {m_cert})}) {
+      EXPECT_EQ(run.exitCode, 4) << directory << run.output;
+      EXPECT_THAT(run.output, HasSubstr("; nothing was changed"));
+    }
+    EXPECT_EQ(FolderBytes(directory), before) << directory;
+  }
+
+  // The maker, a script without a terminal, finds the token still waiting for its first password
+  // and is not asked for an old one; then the root goes in with its trust.
+  const HelperRun made = tti::test::RunCommand(
+      {"certutil", "-N", "--empty-password", "-d", "sql:" + unset}, {}, 0, 10);
+  ASSERT_EQ(made.exitCode, 0) << made.output;
+  ASSERT_EQ(Add(unset + "/cert9.db", {m_cert}).exitCode, 0);
+  EXPECT_TRUE(NssTrustsServer(unset, m_server));
 }
 
 TEST_F(CertManagerTest, LibraryLineOfModuleList_NeverLoaded) {

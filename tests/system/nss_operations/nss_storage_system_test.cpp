@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -160,9 +162,15 @@ TEST_F(NssStorageTest, HelperStarts_OnlyForWhatIsNewOrUnknown) {
   tti::test::AddWithCertutil(held, m_root, "held", "C,,");
   const std::string damaged = m_scratch.MakeFolder("damaged");
   WriteTextFile(damaged + "/cert9.db", std::string(4096, 'x'));
+  WriteTextFile(damaged + "/key4.db", std::string(4096, 'x'));
   const std::string locked = m_scratch.MakeFolder("locked");
   CreateNssDatabase(locked);
   tti::test::AddWithCertutil(locked, m_root, "held", "C,,");
+  // Still its maker's: the key file not made yet, or the token without its first password.
+  const std::string noKeys = m_scratch.MakeFolder("nokeys");
+  WriteTextFile(noKeys + "/cert9.db", std::string(4096, 'x'));
+  const std::string unset = m_scratch.MakeFolder("unset");
+  tti::test::CreateUnsetNssDatabase(unset);
 
   RunInMountNamespace([&] {
     MountProductTree();
@@ -190,6 +198,12 @@ TEST_F(NssStorageTest, HelperStarts_OnlyForWhatIsNewOrUnknown) {
     EXPECT_EQ(RecordedStarts(), Starts{Start("--nss3-add", damaged, both)});
 
     std::filesystem::remove_all(kStarts);
+    for (const std::string& directory : {noKeys, unset}) {
+      certificates = {m_cert};
+      EXPECT_EQ(StoreIn(directory).AddCertificatesToStore(certificates), kNss3DatabaseNotReady);
+    }
+    EXPECT_TRUE(RecordedStarts().empty());
+
     {
       const DatabaseLock lock(locked + "/cert9.db");
       certificates = {m_cert};
@@ -230,11 +244,38 @@ INSTANTIATE_TEST_SUITE_P(
     NssStorage, HelperEndTest,
     ::testing::Values(HelperEnd{"ExitZero", "exit 0\n", 0755, orv::errors::kOk},
                       HelperEnd{"ExitThree", "exit 3\n", 0755, orv::errors::kUnspecified},
+                      HelperEnd{"ExitFour", "exit 4\n", 0755, kNss3DatabaseNotReady},
                       HelperEnd{"KilledBySignal", "kill -KILL $$\n", 0755,
                                 orv::errors::kUnspecified},
                       HelperEnd{"NotExecutable", "exit 0\n", 0644, orv::errors::kUnspecified},
                       HelperEnd{"Missing", "", 0755, orv::errors::kUnspecified}),
     [](const ::testing::TestParamInfo<HelperEnd>& info) { return std::string(info.param.name); });
+
+// A helper that never ends and ignores SIGTERM, with a child of its own: the time limit, then
+// the kill ladder over its whole process group. Takes the full limit (30 s).
+TEST_F(NssStorageTest, HelperNeverEnds_StoppedAtTheLimitWithItsChildren) {
+  const std::string directory = m_scratch.MakeFolder("db");
+  CreateNssDatabase(directory);
+  RunInMountNamespace([&] {
+    MountProductTree();
+    ReplaceHelper(
+        "trap '' TERM\n"
+        "sleep 600 &\n"
+        "echo $$ $! > /opt/morvane/tolm/libexec/pids\n"
+        "while :; do sleep 1; done\n");
+    std::vector<Certificate> certificates = {m_cert};
+    EXPECT_EQ(StoreIn(directory).AddCertificatesToStore(certificates), orv::errors::kUnspecified);
+    std::istringstream pids(tti::test::ReadTextFile("/opt/morvane/tolm/libexec/pids"));
+    for (std::string pid; pids >> pid;) {
+      // Gone, or a zombie its new parent has not reaped yet.
+      EXPECT_TRUE(tti::test::Eventually([&pid] {
+        std::ifstream stat("/proc/" + pid + "/stat");
+        const std::string text{std::istreambuf_iterator<char>(stat), {}};
+        return text.empty() || text.find(") Z ") != std::string::npos;
+      })) << pid;
+    }
+  });
+}
 
 }  // namespace
 }  // namespace qel::tcp_traffic_interceptor::cert_stores

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "cert_stores/conversions/cert_conversions.h"
+#include "cert_stores/nss/database_files.h"
 #include "cert_stores/nss/nss_context.h"
 #include "cert_stores/nss/nss_types.h"
 #include "qel/tools/process_runner.h"
@@ -16,12 +17,17 @@
 namespace qel::tcp_traffic_interceptor::cert_stores {
 namespace {
 
-// Reads the DER bytes of every certificate of the internal slot of an open context.
-result_t ReadSlot(std::vector<RawCert>& certificates) {
+// The exit status with which the helper leaves a database to the program still setting it up.
+constexpr int kHelperNotReady = 4;
+
+// Reads the DER bytes of every certificate of the internal slot of an open context, and whether
+// its token still waits for its first password.
+result_t ReadSlot(std::vector<RawCert>& certificates, bool& needsSetUp) {
   const SlotPtr slot(PK11_GetInternalKeySlot());
   if (!slot) {
     return orv::errors::kNotFound;
   }
+  needsSetUp = PK11_NeedUserInit(slot.get());
   const CertListPtr list(PK11_ListCertsInSlot(slot.get()));
   if (!list) {
     return orv::errors::kNotFound;
@@ -32,6 +38,33 @@ result_t ReadSlot(std::vector<RawCert>& certificates) {
     certificates.emplace_back(der.data, der.data + der.len);
   }
   return orv::errors::kOk;
+}
+
+result_t ReadDatabase(const NativePath& path, std::vector<RawCert>& certificates,
+                      bool& needsSetUp) {
+  try {
+    // Declared first, so the slot and the list are released before the context shuts down.
+    const NssContext context(path, true);
+    return ReadSlot(certificates, needsSetUp);
+  } catch (...) {
+    return orv::errors::kUnspecified;
+  }
+}
+
+// What a database being set up looks like without writing to it: files still missing or empty
+// (two stats, no open), or a read-only open whose token has no password yet. A read-only open
+// takes only SQLite's shared lock for the span of the read; the maker's writes wait for it at
+// most that long, within NSS's own busy wait.
+result_t ReadForAdd(const NativePath& path, std::vector<RawCert>& present) {
+  if (FindDatabaseFiles(path) == DatabaseFiles::kPartial) {
+    return kNss3DatabaseNotReady;
+  }
+  bool needsSetUp = false;
+  const result_t read = ReadDatabase(path, present, needsSetUp);
+  if (ORV_SUCCEEDED(read) && needsSetUp) {
+    return kNss3DatabaseNotReady;
+  }
+  return read;
 }
 
 constexpr rlim_t kHelperDescriptors = 20480;
@@ -58,8 +91,9 @@ std::vector<tools::ResourceLimit> HelperLimits() {
 }
 
 // The helper is started as this process's user with the fixed environment, /dev/null for the
-// standard streams, every other descriptor closed and no time limit: exit status 0 gives 0,
-// anything else 0x8000004b.
+// standard streams, every other descriptor closed, in a process group of its own and with a time
+// limit: exit status 0 gives 0, kHelperNotReady kNss3DatabaseNotReady, anything else (the time
+// limit included) 0x8000004b.
 result_t RunHelper(const char* action, const NativePath& storePath,
                    const std::vector<Certificate>& certificates) {
   // MakeCertList needs one item that converts; without one there is nothing to ask for.
@@ -76,19 +110,20 @@ result_t RunHelper(const char* action, const NativePath& storePath,
   options.path = kCertManagerPath;
   options.args = args;
   options.limits = HelperLimits();
-  return tools::RunProcess(options);
+  options.timeoutMs = kCertManagerTimeLimitMs;
+  options.ownProcessGroup = true;
+  const result_t result = tools::RunProcess(options);
+  if (options.exitCode == kHelperNotReady) {
+    return kNss3DatabaseNotReady;
+  }
+  return result == tools::kOperationTimeout ? orv::errors::kUnspecified : result;
 }
 
 }  // namespace
 
 result_t Nss3Storage::GetCertificates(std::vector<RawCert>& certificates) const {
-  try {
-    // Declared first, so the slot and the list are released before the context shuts down.
-    const NssContext context(path, true);
-    return ReadSlot(certificates);
-  } catch (...) {
-    return orv::errors::kUnspecified;
-  }
+  bool needsSetUp = false;
+  return ReadDatabase(path, certificates, needsSetUp);
 }
 
 result_t Nss3Storage::AddCertificatesToStore(std::vector<Certificate>& certificates) const {
@@ -96,8 +131,12 @@ result_t Nss3Storage::AddCertificatesToStore(std::vector<Certificate>& certifica
     return checked;
   }
   std::vector<RawCert> present;
+  const result_t read = ReadForAdd(path, present);
+  if (read == kNss3DatabaseNotReady) {
+    return read;
+  }
   // A database that cannot be read gets the whole list: the helper decides.
-  if (ORV_SUCCEEDED(GetCertificates(present))) {
+  if (ORV_SUCCEEDED(read)) {
     const auto held = [&present](const Certificate& certificate) {
       return std::any_of(present.begin(), present.end(), [&certificate](const RawCert& raw) {
         return RawEqual(raw, certificate.raw);

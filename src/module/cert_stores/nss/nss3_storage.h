@@ -28,7 +28,8 @@ struct Nss3Storage {
   // Never throws.
   result_t GetCertificates(std::vector<RawCert>& certificates) const;
   // Drops from `certificates` what the database holds already (when it can be read), then starts
-  // the helper with the rest; 0 without a start when nothing is left.
+  // the helper with the rest; 0 without a start when nothing is left. kNss3DatabaseNotReady when
+  // the program that made the database has not finished setting it up: nothing was written.
   result_t AddCertificatesToStore(std::vector<Certificate>& certificates) const;
   // Starts the helper to remove every certificate with the same bytes as one of the list.
   result_t DeleteCertificatesFromStore(const std::vector<Certificate>& certificates) const;
@@ -47,6 +48,16 @@ constexpr const char* kNss3DatabaseName = "cert9.db";
 constexpr const char* kSystemNss3Path = "/etc/pki/nssdb/";
 // Where the module starts the helper that writes databases.
 constexpr const char* kCertManagerPath = "/opt/morvane/tolm/libexec/cert-manager";
+// A helper run still going after this long is stopped (SIGTERM to its process group, SIGKILL
+// after the runner's grace) and the store fails with 0x8000004b: one database on a hung file
+// system must not hold an install, and every lookup waiting on it, for ever.
+constexpr uint64_t kCertManagerTimeLimitMs = 30'000;
+
+// Not a failure: the database's maker (a browser's first start, `certutil -N`) is still between
+// creating its files and giving its token a password. Nothing was written, since taking part in
+// that set-up would change the password state it is about to choose; the next change of its
+// "cert9.db" or "key4.db" is the time to ask again.
+constexpr result_t kNss3DatabaseNotReady = orv::errors::kFalse;
 
 // Not a failure: the database's maker (a browser's first start, `certutil -N`) is still between
 // creating its files and giving its token a password. Nothing was written, since taking part in

@@ -20,4 +20,10 @@ using CertificatePtr =
     std::unique_ptr<CERTCertificate, NssDeleter<CERTCertificate, CERT_DestroyCertificate>>;
 using SlotPtr = std::unique_ptr<PK11SlotInfo, NssDeleter<PK11SlotInfo, PK11_FreeSlot>>;
 
+// An arena and an item that own their memory (the item the SECItem record as well).
+inline void FreeArena(PLArenaPool* arena) { PORT_FreeArena(arena, PR_FALSE); }
+inline void FreeItem(SECItem* item) { SECITEM_FreeItem(item, PR_TRUE); }
+using ArenaPtr = std::unique_ptr<PLArenaPool, NssDeleter<PLArenaPool, FreeArena>>;
+using ItemPtr = std::unique_ptr<SECItem, NssDeleter<SECItem, FreeItem>>;
+
 }  // namespace qel::tcp_traffic_interceptor::cert_stores

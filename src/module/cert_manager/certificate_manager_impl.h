@@ -131,6 +131,11 @@ class CertificateManagerImpl : public orv::object::Ifaces<IInotifyEventsReceiver
       ORV_REQUIRES(m_storeMutex);
   // Whether the database's cert9.db is there.
   static bool IsPresent(const std::string& path);
+  // Whether an event of this type means the file was deleted or moved, so that a file at the same
+  // path afterwards is another one.
+  static bool IsReplacement(uint32_t eventType);
+  // The known database at `path` was replaced by another one: forgotten, then adopted as new.
+  void AdoptReplacedNss3Store(const std::string& path) ORV_REQUIRES(m_storeMutex);
   // The database is gone: out of the list, the known stores and the parts (not yet published).
   void ForgetNss3Store(const std::string& path) ORV_REQUIRES(m_storeMutex);
   // Subscribes the database's cert9.db and key4.db (once per database).

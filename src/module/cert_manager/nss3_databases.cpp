@@ -9,6 +9,7 @@
 #include "cert_manager/watch_constants.h"
 #include "orv/string.h"
 #include "orv/trace_stream.h"
+#include "qel/enums/file_modification_type.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -82,6 +83,27 @@ const cert_stores::Nss3Storage* CertificateManagerImpl::PendingStoreOf(
     }
   }
   return nullptr;
+}
+
+bool CertificateManagerImpl::IsReplacement(uint32_t eventType) {
+  return eventType == FileModificationType::ObjectDeleted ||
+         eventType == FileModificationType::ObjectMovedFrom ||
+         eventType == FileModificationType::ObjectMovedTo;
+}
+
+void CertificateManagerImpl::AdoptReplacedNss3Store(const std::string& path) {
+  const auto found =
+      std::find_if(m_nss3Storages.begin(), m_nss3Storages.end(),
+                   [&](const cert_stores::Nss3Storage& item) { return item.path == path; });
+  if (found == m_nss3Storages.end()) {
+    return;
+  }
+  const cert_stores::Nss3Storage storage = *found;
+  ForgetNss3Store(path);
+  AdoptNss3Store(storage);
+  if (m_known[path].pending) {
+    Publish(true);  // the old database's part is gone and the new one has none yet
+  }
 }
 
 void CertificateManagerImpl::ForgetNss3Store(const std::string& path) {

@@ -104,6 +104,12 @@ result_t CertificateManagerImpl::OnEvent(const InotifyEvent& event) {
     Publish(true);
     return orv::errors::kOk;
   }
+  if (store.kind == StoreKind::kNss3 && IsReplacement(event.type)) {
+    // Deleted or moved, and a cert9.db is there again: a database made anew at the same path
+    // before this event came, which is new to us however much its files look like the old ones.
+    AdoptReplacedNss3Store(path);
+    return orv::errors::kOk;
+  }
   if (store.kind == StoreKind::kKeystore) {
     OnJavaKeystoreChanged(path);
   }

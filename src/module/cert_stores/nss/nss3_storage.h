@@ -59,12 +59,6 @@ constexpr uint64_t kCertManagerTimeLimitMs = 30'000;
 // "cert9.db" or "key4.db" is the time to ask again.
 constexpr result_t kNss3DatabaseNotReady = orv::errors::kFalse;
 
-// Not a failure: the database's maker (a browser's first start, `certutil -N`) is still between
-// creating its files and giving its token a password. Nothing was written, since taking part in
-// that set-up would change the password state it is about to choose; the next change of its
-// "cert9.db" or "key4.db" is the time to ask again.
-constexpr result_t kNss3DatabaseNotReady = orv::errors::kFalse;
-
 // Every database of the machine and of all users, sorted, without duplicates. Never fails: what
 // cannot be read is passed over.
 std::vector<Nss3Storage> GetNss3Storages();

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <optional>
 #include <string>
@@ -120,5 +121,7 @@ void CloseOtherDescriptors() noexcept;
 void CloseOtherDescriptorsByListing() noexcept;
 // The size of this process's descriptor table from /proc/self/status; 0 when not found.
 int GetDescriptorTableSize() noexcept;
+// The same from a status record open for reading: its "FDSize:" line.
+int DescriptorTableSizeFromStatus(FILE* status) noexcept;
 
 }  // namespace qel::tools

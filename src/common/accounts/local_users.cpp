@@ -25,12 +25,21 @@ std::vector<QelUser> GetLocalUsers(uint64_t minUid, const UserGroupInfo& groups)
   if (!file) {
     return users;
   }
+  return LocalUsersFromFile(file.get(), minUid, groups);
+}
+
+std::vector<QelUser> LocalUsersFromFile(FILE* file, uint64_t minUid, const UserGroupInfo& groups) {
+  std::vector<QelUser> users;
   std::vector<char> buffer(accounts::kEntryBufferSize);
   passwd entry{};
   passwd* found = nullptr;
   // The file itself, not the name service: accounts of a directory service are not local.
-  while (fgetpwent_r(file.get(), &entry, buffer.data(), buffer.size(), &found) == 0 &&
-         found != nullptr) {
+  while (fgetpwent_r(file, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr) {
+    // "+name" and "-name" lines only refer to a directory service (the C library leaves their
+    // empty fields null): they are no local accounts.
+    if (found->pw_name[0] == '+' || found->pw_name[0] == '-') {
+      continue;
+    }
     // Accounts between 1 and the minimum are system accounts, however they are set up.
     if (found->pw_uid != 0 && found->pw_uid < minUid) {
       continue;

@@ -16,10 +16,10 @@ constexpr size_t kFirstBufferSize = 4096;
 // ERANGE retries for one call, all names together: the fifth stops the doubling.
 constexpr int kRetryStop = 5;
 
-// The names of the USER_PROCESS records, each once. The utmp calls work on process-wide state;
-// there is no lock around them.
-result_t LoggedNames(std::set<std::string>& names) {
-  if (utmpname(accounts::kUtmpPath) != 0) {
+}  // namespace
+
+result_t ReadLoggedNames(const char* path, std::set<std::string>& names) {
+  if (utmpname(path) != 0) {
     return orv::ResultFromErrno(static_cast<uint32_t>(errno));
   }
   setutent();
@@ -34,12 +34,10 @@ result_t LoggedNames(std::set<std::string>& names) {
   return orv::errors::kOk;
 }
 
-}  // namespace
-
 result_t GetLoggedUsers(const UserGroupInfo& groups, std::vector<QelUser>& users) {
   users.clear();
   std::set<std::string> names;
-  const result_t result = LoggedNames(names);
+  const result_t result = ReadLoggedNames(accounts::kUtmpPath, names);
   if (ORV_FAILED(result)) {
     return result;
   }

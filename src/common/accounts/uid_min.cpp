@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -13,6 +14,10 @@ uint64_t GetUidMin() {
   if (!file) {
     return accounts::kDefaultUidMin;
   }
+  return UidMinFromStream(file);
+}
+
+uint64_t UidMinFromStream(std::istream& file) {
   std::string line;
   while (std::getline(file, line)) {
     // Only a "#" in the first column starts a comment; an indented one is an ordinary token.
@@ -27,9 +32,11 @@ uint64_t GetUidMin() {
       continue;
     }
     char* end = nullptr;
+    errno = 0;
     const unsigned long uidMin = std::strtoul(value.c_str(), &end, 10);
-    // A value with anything behind the digits is not taken: the next UID_MIN line may be good.
-    if (end == value.c_str() + value.size()) {
+    // A value with anything behind the digits, or past 64 bits, did not convert: the next
+    // UID_MIN line may be good.
+    if (end == value.c_str() + value.size() && errno != ERANGE) {
       return uidMin;
     }
   }

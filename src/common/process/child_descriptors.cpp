@@ -76,6 +76,12 @@ int GetDescriptorTableSize() noexcept {
   if (status == nullptr) {
     return 0;
   }
+  const int size = DescriptorTableSizeFromStatus(status);
+  std::fclose(status);
+  return size;
+}
+
+int DescriptorTableSizeFromStatus(FILE* status) noexcept {
   int size = 0;
   char line[256];
   while (std::fgets(line, sizeof(line), status) != nullptr) {
@@ -87,7 +93,6 @@ int GetDescriptorTableSize() noexcept {
       break;
     }
   }
-  std::fclose(status);
   return size;
 }
 

@@ -4,10 +4,20 @@
 #include <sstream>
 #include <string>
 
+#include "host/proc_records.h"
+
 namespace host {
 namespace {
 
 constexpr const char* kProcRoot = "/proc/";
+
+// A procfs file's text; empty when it cannot be read (the process is gone).
+std::string ReadRecord(const std::string& path) {
+  std::ifstream file(path);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
 
 // One process's answer: what the manager read when it was asked.
 class ProcessInformationObject final : public HostObject<qel::IProcessInformation> {
@@ -32,32 +42,8 @@ bool ProcessManager::Read(int32_t pid, uint32_t& uid, uint64_t& startTime) const
     return false;
   }
   const std::string directory = kProcRoot + std::to_string(pid);
-  std::ifstream stat(directory + "/stat");
-  std::string line;
-  if (!std::getline(stat, line)) {
-    return false;
-  }
-  // The command name in parentheses may hold blanks and parentheses: fields count from the last
-  // ')'.
-  const size_t close = line.rfind(')');
-  if (close == std::string::npos) {
-    return false;
-  }
-  std::istringstream fields(line.substr(close + 2));
-  std::string field;
-  for (int number = 3; number <= 22 && fields >> field; ++number) {
-    if (number == 22) {
-      startTime = std::stoull(field);
-    }
-  }
-  std::ifstream status(directory + "/status");
-  while (std::getline(status, line)) {
-    if (line.rfind("Uid:", 0) == 0) {
-      uid = static_cast<uint32_t>(std::stoul(line.substr(4)));
-      return true;
-    }
-  }
-  return false;
+  return StartTimeFromStat(ReadRecord(directory + "/stat"), startTime) &&
+         UidFromStatus(ReadRecord(directory + "/status"), uid);
 }
 
 result_t ProcessManager::Answer(int32_t pid, uint32_t uid, uint64_t startTime,

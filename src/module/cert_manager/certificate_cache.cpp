@@ -95,6 +95,14 @@ bool CertificateManagerImpl::RefreshStore(const std::string& path, KnownStore& s
   return true;
 }
 
+void CertificateManagerImpl::ReadChangedFileStores() {
+  for (auto& [path, store] : m_known) {
+    if (store.kind != StoreKind::kNss3 && StampOf(path, store.kind) != store.stamp) {
+      ReadStore(path, store);
+    }
+  }
+}
+
 void CertificateManagerImpl::Publish(bool trace) {
   std::shared_ptr<const Cache> cache = m_parts.Build();
   if (trace) {

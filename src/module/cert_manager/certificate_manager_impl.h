@@ -101,6 +101,9 @@ class CertificateManagerImpl : public orv::object::Ifaces<IInotifyEventsReceiver
   // Reads the store again when its files changed since; then "add" lines, "cache size" and the
   // cache published. Whether it was read.
   bool RefreshStore(const std::string& path, KnownStore& store) ORV_REQUIRES(m_storeMutex);
+  // Reads again each bundle and keystore whose files changed since its last read (after our own
+  // rewrite of them: once, not at each of its events).
+  void ReadChangedFileStores() ORV_REQUIRES(m_storeMutex);
   // The parts' cache becomes the lookups' one; "cache size" when `trace`.
   void Publish(bool trace) ORV_REQUIRES(m_storeMutex);
   // The "add ..." line of each entry.

@@ -67,11 +67,7 @@ result_t CertificateManagerImpl::Install(const qel::RawCert& cert) {
   m_installed = true;
 
   // The bundles and keystores written above are read once more now, not at each of their events.
-  for (auto& [path, store] : m_known) {
-    if (store.kind != StoreKind::kNss3 && StampOf(path, store.kind) != store.stamp) {
-      ReadStore(path, store);
-    }
-  }
+  ReadChangedFileStores();
   // Published before returning: a lookup that starts after Install sees the root, even where no
   // store could take it (until the next read of a store).
   auto cache = m_parts.Build();
@@ -112,11 +108,7 @@ result_t CertificateManagerImpl::Uninstall(const qel::RawCert& cert) {
   m_installed = false;
   // m_certificates stays: a store that turns up later still receives the removed certificate
   // until the next Install replaces the list.
-  for (auto& [path, store] : m_known) {
-    if (store.kind != StoreKind::kNss3 && StampOf(path, store.kind) != store.stamp) {
-      ReadStore(path, store);
-    }
-  }
+  ReadChangedFileStores();
   // Every certificate with the root's subject leaves the lookups' cache until a store is read.
   auto cache = m_parts.Build();
   if (const auto facts = cert_stores::CertificateParseCache::Shared().Get(der.data(), der.size());

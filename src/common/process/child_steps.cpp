@@ -27,7 +27,7 @@ namespace {
 constexpr size_t kMaxEntries = 50;
 constexpr size_t kEntrySize = 4096;
 
-[[noreturn]] void ExitWithErrno() noexcept { _exit(errno); }
+[[noreturn]] QEL_CHILD_CODE void ExitWithErrno() noexcept { _exit(errno); }
 
 size_t GuardSize() noexcept { return static_cast<size_t>(sysconf(_SC_PAGESIZE)); }
 
@@ -53,7 +53,7 @@ void ResetCaughtSignals() noexcept {
 }
 
 // Runs on the child's own stack with every signal blocked; never returns into the parent's frames.
-int RunChild(void* raw) noexcept {
+QEL_CHILD_CODE int RunChild(void* raw) noexcept {
   const auto* start = static_cast<const ChildStart*>(raw);
   ResetCaughtSignals();
   start->entry(start->context);
@@ -85,7 +85,7 @@ void CopyEntries(const char* const* source, char (*buffers)[kEntrySize], char** 
   target[count] = nullptr;
 }
 
-void ChangeGroup(uint32_t gid) noexcept {
+QEL_CHILD_CODE void ChangeGroup(uint32_t gid) noexcept {
   if (SetResGid(gid) != 0) {
     ExitWithErrno();
   }
@@ -106,7 +106,7 @@ void ChangeGroup(uint32_t gid) noexcept {
   }
 }
 
-void ChangeUser(uint32_t uid) noexcept {
+QEL_CHILD_CODE void ChangeUser(uint32_t uid) noexcept {
   if (SetResUid(uid) != 0) {
     ExitWithErrno();
   }
@@ -174,7 +174,7 @@ pid_t StartChild(ChildStack& stack, ChildEntry entry, const void* context) noexc
   return pid;
 }
 
-void ApplyLimits(const ChildPlan& plan) noexcept {
+QEL_CHILD_CODE void ApplyLimits(const ChildPlan& plan) noexcept {
   for (size_t i = 0; i < plan.limitCount; ++i) {
     rlimit limit{};
     limit.rlim_cur = plan.limits[i].soft;
@@ -185,7 +185,7 @@ void ApplyLimits(const ChildPlan& plan) noexcept {
   }
 }
 
-void RunChildSteps(const ChildPlan& plan) noexcept {
+QEL_CHILD_CODE void RunChildSteps(const ChildPlan& plan) noexcept {
   sigset_t none;
   sigemptyset(&none);
   pthread_sigmask(SIG_SETMASK, &none, nullptr);

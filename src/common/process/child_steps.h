@@ -7,6 +7,10 @@
 
 #include "qel/tools/process_runner.h"
 
+// Marks code that runs in a child on its stack: the address checker knows only the thread's own
+// stack and would warn, once and on the child's error stream, at the first call that never returns.
+#define QEL_CHILD_CODE __attribute__((no_sanitize_address))
+
 namespace qel::tools::process {
 
 // Everything the child needs, prepared before the fork: after it nothing may allocate.
@@ -58,11 +62,11 @@ using ChildEntry = void (*)(const void* context);
 pid_t StartChild(ChildStack& stack, ChildEntry entry, const void* context) noexcept;
 
 // Applies the resource limits; _exits with errno on failure.
-void ApplyLimits(const ChildPlan& plan) noexcept;
+QEL_CHILD_CODE void ApplyLimits(const ChildPlan& plan) noexcept;
 
 // Signal mask, working directory, descriptors 0..2, closing the rest, user change, exec.
 // Never returns: every failure is _exit with errno (132..137 for a user change that did not hold).
-[[noreturn]] void RunChildSteps(const ChildPlan& plan) noexcept;
+[[noreturn]] QEL_CHILD_CODE void RunChildSteps(const ChildPlan& plan) noexcept;
 
 // Puts `source` (or /dev/null opened with `flags` when negative) at `target`, first moving target
 // away when `otherA` or `otherB` still need it. False with errno on failure.

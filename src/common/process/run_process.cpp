@@ -57,7 +57,7 @@ result_t OpenPipes(ProcessOptions& options, process::PipeSlots& pipes, ChildPlan
   return orv::errors::kOk;
 }
 
-[[noreturn]] void RunChild(const void* context) noexcept {
+[[noreturn]] QEL_CHILD_CODE void RunChild(const void* context) noexcept {
   const auto& plan = *static_cast<const ChildPlan*>(context);
   process::ApplyLimits(plan);
   process::RunChildSteps(plan);

@@ -35,7 +35,7 @@ struct DaemonStart {
   process::ChildStack* grandchildStack;
 };
 
-[[noreturn]] void RunGrandchild(const void* context) noexcept {
+[[noreturn]] QEL_CHILD_CODE void RunGrandchild(const void* context) noexcept {
   const auto& plan = *static_cast<const process::ChildPlan*>(context);
   umask(0);
   if (chdir(plan.cwd != nullptr ? plan.cwd : "/") != 0) {
@@ -45,7 +45,7 @@ struct DaemonStart {
 }
 
 // The middle child: a session of its own, then the daemon, then gone, leaving the daemon to init.
-[[noreturn]] void StartDaemon(const void* context) noexcept {
+[[noreturn]] QEL_CHILD_CODE void StartDaemon(const void* context) noexcept {
   const auto& start = *static_cast<const DaemonStart*>(context);
   setsid();
   struct sigaction ignore {};

@@ -57,7 +57,13 @@ result_t OpenPipes(ProcessOptions& options, process::PipeSlots& pipes, ChildPlan
   return orv::errors::kOk;
 }
 
-// After the fork: feeds and drains the pipes, then waits for the child; the pump's failure wins.
+[[noreturn]] QEL_CHILD_CODE void RunChild(const void* context) noexcept {
+  const auto& plan = *static_cast<const ChildPlan*>(context);
+  process::ApplyLimits(plan);
+  process::RunChildSteps(plan);
+}
+
+// After the start: feeds and drains the pipes, then waits for the child; the pump's failure wins.
 result_t PumpAndWait(ProcessOptions& options, process::PipeSlots& pipes, pid_t pid,
                      const Deadline& deadline) {
   process::ChildGuard child(pid, options.ownProcessGroup);
@@ -176,13 +182,13 @@ result_t RunProcess(ProcessOptions& options) {
     deadline = Clock::now() + std::chrono::milliseconds(options.timeoutMs);
   }
 
-  const pid_t pid = process::CloneProcess();
-  if (pid < 0) {
+  process::ChildStack stack;
+  if (!stack.Map()) {
     return ErrnoFailure(options, ChildStage::kFork);
   }
-  if (pid == 0) {
-    process::ApplyLimits(plan);
-    process::RunChildSteps(plan);
+  const pid_t pid = process::StartChild(stack, RunChild, &plan);
+  if (pid < 0) {
+    return ErrnoFailure(options, ChildStage::kFork);
   }
   return PumpAndWait(options, pipes, pid, deadline);
 }

@@ -29,24 +29,33 @@ bool OptionsUnfit(const ProcessOptions& options) {
   return options.inheritStdout && (!IsRegularFile(STDOUT_FILENO) || options.stdoutFd >= 0);
 }
 
-[[noreturn]] void StartDaemon(const process::ChildPlan& plan) noexcept {
-  setsid();
-  struct sigaction ignore {};
-  ignore.sa_handler = SIG_IGN;
-  sigaction(SIGCHLD, &ignore, nullptr);
-  sigaction(SIGHUP, &ignore, nullptr);
-  const pid_t grandchild = process::CloneProcess();
-  if (grandchild < 0) {
-    _exit(errno);
-  }
-  if (grandchild > 0) {
-    _exit(0);
-  }
+// The daemon's start: its plan and the stack of the grandchild, both mapped by the caller.
+struct DaemonStart {
+  const process::ChildPlan* plan;
+  process::ChildStack* grandchildStack;
+};
+
+[[noreturn]] QEL_CHILD_CODE void RunGrandchild(const void* context) noexcept {
+  const auto& plan = *static_cast<const process::ChildPlan*>(context);
   umask(0);
   if (chdir(plan.cwd != nullptr ? plan.cwd : "/") != 0) {
     _exit(errno);
   }
   process::RunChildSteps(plan);
+}
+
+// The middle child: a session of its own, then the daemon, then gone, leaving the daemon to init.
+[[noreturn]] QEL_CHILD_CODE void StartDaemon(const void* context) noexcept {
+  const auto& start = *static_cast<const DaemonStart*>(context);
+  setsid();
+  struct sigaction ignore {};
+  ignore.sa_handler = SIG_IGN;
+  sigaction(SIGCHLD, &ignore, nullptr);
+  sigaction(SIGHUP, &ignore, nullptr);
+  if (process::StartChild(*start.grandchildStack, RunGrandchild, start.plan) < 0) {
+    _exit(errno);
+  }
+  _exit(0);
 }
 
 }  // namespace
@@ -59,14 +68,15 @@ result_t RunProcessDetached(ProcessOptions& options) {
     return prepared;
   }
 
-  const pid_t pid = process::CloneProcess();
+  process::ChildStack stack;
+  process::ChildStack grandchildStack;
+  const DaemonStart start{&plan, &grandchildStack};
+  const pid_t pid =
+      stack.Map() && grandchildStack.Map() ? process::StartChild(stack, StartDaemon, &start) : -1;
   if (pid < 0) {
     const int error = errno;
     return process::StoreFailure(options, orv::ResultFromErrno(static_cast<uint32_t>(error)),
                                  ChildStage::kFork, error);
-  }
-  if (pid == 0) {
-    StartDaemon(plan);
   }
   process::ChildGuard child(pid);
   return process::WaitForChild(child, std::nullopt, options);

@@ -109,6 +109,23 @@ TEST(RunProcess, Streams_CapturedSeparatelyOrMerged) {
   EXPECT_EQ(merged, "out\nerr\n");
 }
 
+// The start blocks every signal around the clone: the caller's mask comes back as it was, and the
+// child execs with none blocked.
+TEST(RunProcess, SignalMask_CallersKeptChildsEmpty) {
+  sigset_t usr1;
+  sigemptyset(&usr1);
+  sigaddset(&usr1, SIGUSR1);
+  sigset_t previous;
+  pthread_sigmask(SIG_BLOCK, &usr1, &previous);
+  Capture capture;
+  EXPECT_EQ(RunScript("grep SigBlk /proc/$$/status", capture), orv::errors::kOk);
+  sigset_t after;
+  pthread_sigmask(SIG_SETMASK, &previous, &after);
+  EXPECT_EQ(capture.out, "SigBlk:\t0000000000000000\n");
+  EXPECT_TRUE(sigismember(&after, SIGUSR1));
+  EXPECT_FALSE(sigismember(&after, SIGUSR2));
+}
+
 TEST(RunProcess, InputLargerThanPipe_FedAndEchoed) {
   std::string input(1 << 20, '\0');
   for (size_t i = 0; i < input.size(); ++i) {

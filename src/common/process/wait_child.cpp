@@ -1,8 +1,12 @@
+#include <poll.h>
 #include <signal.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 
 #include "run_steps.h"
 
@@ -16,8 +20,26 @@ constexpr std::chrono::seconds kKillWait{10};
 
 enum class Poll { kEnded, kTimedOut, kFailed };
 
+// Sleeps until the child ends or the deadline passes: on the child's pidfd, which wakes the moment
+// it ends, or in short pauses where the kernel has none.
+void Sleep(const UniqueFd& pidfd, const Deadline& deadline, useconds_t pause) {
+  if (!pidfd) {
+    usleep(pause);
+    return;
+  }
+  int timeout = -1;
+  if (deadline) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now()).count();
+    timeout = static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
+  }
+  pollfd ready{pidfd.Get(), POLLIN, 0};
+  poll(&ready, 1, timeout);  // an interruption or a failure only means one more look
+}
+
 // Never blocks in waitpid, so a time limit needs no signal and no thread.
-Poll PollChild(pid_t pid, const Deadline& deadline, useconds_t pause, int& status, int& error) {
+Poll PollChild(pid_t pid, const UniqueFd& pidfd, const Deadline& deadline, useconds_t pause,
+               int& status, int& error) {
   for (;;) {
     const pid_t ended = waitpid(pid, &status, WNOHANG);
     if (ended == pid) {
@@ -33,7 +55,7 @@ Poll PollChild(pid_t pid, const Deadline& deadline, useconds_t pause, int& statu
     if (deadline && Clock::now() >= *deadline) {
       return Poll::kTimedOut;
     }
-    usleep(pause);
+    Sleep(pidfd, deadline, pause);
   }
 }
 
@@ -71,18 +93,21 @@ result_t WaitForChild(ChildGuard& child, const Deadline& deadline, ProcessOption
   const pid_t pid = child.pid();
   int status = 0;
   int error = 0;
-  Poll outcome = PollChild(pid, deadline, kFirstPause, status, error);
+  // Not reaped yet, so the id is still this child's. (The C library's declaration of pidfd_open
+  // lacks C linkage in C++ on some releases, hence the bare call.)
+  const UniqueFd pidfd(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+  Poll outcome = PollChild(pid, pidfd, deadline, kFirstPause, status, error);
   if (outcome == Poll::kTimedOut) {
     if (kill(child.target(), SIGTERM) != 0 && errno != ESRCH) {
       return StoreFailure(options, orv::ResultFromErrno(errno), ChildStage::kSigterm, errno);
     }
-    outcome = PollChild(pid, Clock::now() + std::chrono::milliseconds(options.graceMs), kGracePause,
-                        status, error);
+    outcome = PollChild(pid, pidfd, Clock::now() + std::chrono::milliseconds(options.graceMs),
+                        kGracePause, status, error);
     if (outcome == Poll::kTimedOut) {
       if (kill(child.target(), SIGKILL) != 0 && errno != ESRCH) {
         return StoreFailure(options, orv::ResultFromErrno(errno), ChildStage::kSigkill, errno);
       }
-      outcome = PollChild(pid, Clock::now() + kKillWait, kKillPause, status, error);
+      outcome = PollChild(pid, pidfd, Clock::now() + kKillWait, kKillPause, status, error);
       if (outcome == Poll::kTimedOut) {
         // The guard keeps trying to reap it.
         options.result = kOperationTimeout;

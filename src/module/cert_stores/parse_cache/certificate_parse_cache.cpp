@@ -2,7 +2,10 @@
 
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <cstring>
+#include <mutex>
+#include <tuple>
 
 #include "cert_stores/conversions/openssl_types.h"
 
@@ -55,38 +58,43 @@ std::shared_ptr<const CertificateFacts> CertificateParseCache::Get(const uint8_t
 }
 
 void CertificateParseCache::Clear() {
-  std::lock_guard<std::mutex> lock(m_mutex);
+  std::unique_lock<std::shared_mutex> lock(m_mutex);
   m_entries.clear();
-  m_recency.clear();
 }
 
 size_t CertificateParseCache::Size() const {
-  std::lock_guard<std::mutex> lock(m_mutex);
+  std::shared_lock<std::shared_mutex> lock(m_mutex);
   return m_entries.size();
 }
 
 std::shared_ptr<const CertificateFacts> CertificateParseCache::Find(const Digest& digest) {
-  std::lock_guard<std::mutex> lock(m_mutex);
+  std::shared_lock<std::shared_mutex> lock(m_mutex);
   const auto found = m_entries.find(digest);
   if (found == m_entries.end()) {
     return nullptr;
   }
-  m_recency.splice(m_recency.begin(), m_recency, found->second.second);
-  return found->second.first;
+  found->second.lastUse.store(m_uses.fetch_add(1, std::memory_order_relaxed),
+                              std::memory_order_relaxed);
+  return found->second.facts;
 }
 
 void CertificateParseCache::Insert(const Digest& digest,
                                    const std::shared_ptr<const CertificateFacts>& facts) {
-  std::lock_guard<std::mutex> lock(m_mutex);
+  std::unique_lock<std::shared_mutex> lock(m_mutex);
   if (m_entries.count(digest) != 0) {
     return;  // another thread parsed the same bytes meanwhile: the facts are equal
   }
-  if (m_entries.size() >= m_capacity && !m_recency.empty()) {
-    m_entries.erase(m_recency.back());
-    m_recency.pop_back();
+  if (m_entries.size() >= m_capacity && !m_entries.empty()) {
+    // One pass over a few thousand entries, only when new bytes meet a full cache.
+    const auto oldest = std::min_element(
+        m_entries.begin(), m_entries.end(), [](const auto& left, const auto& right) {
+          return left.second.lastUse.load(std::memory_order_relaxed) <
+                 right.second.lastUse.load(std::memory_order_relaxed);
+        });
+    m_entries.erase(oldest);
   }
-  m_recency.push_front(digest);
-  m_entries.emplace(digest, Entry(facts, m_recency.begin()));
+  m_entries.emplace(std::piecewise_construct, std::forward_as_tuple(digest),
+                    std::forward_as_tuple(facts, m_uses.fetch_add(1, std::memory_order_relaxed)));
 }
 
 }  // namespace qel::tcp_traffic_interceptor::cert_stores

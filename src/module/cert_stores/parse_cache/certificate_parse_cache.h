@@ -1,11 +1,11 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <list>
 #include <memory>
-#include <mutex>
+#include <shared_mutex>
 #include <unordered_map>
 #include <utility>
 
@@ -18,9 +18,11 @@ namespace qel::tcp_traffic_interceptor::cert_stores {
 // search instead of OpenSSL's decoding. Keyed by the SHA-256 of the bytes; bounded, the least
 // recently used entry goes first. A refused blob is remembered as refused.
 //
-// Threads: any engine or host thread. `m_mutex` guards m_entries and m_recency and is held for one
-// search or one insert only: never across the parse, never together with another lock. The facts
-// handed out are immutable and shared, so they outlive their eviction.
+// Threads: any engine or host thread. Searches share `m_mutex` (the engine's lookups never wait
+// for each other nor for a store read's searches) and mark their entry's last use in the entry
+// itself; an insert holds it alone, and the eviction a full cache needs looks for the oldest mark.
+// Never held across the parse, never together with another lock. The facts handed out are
+// immutable and shared, so they outlive their eviction.
 class CertificateParseCache final {
  public:
   static constexpr size_t kDefaultCapacity = 4096;  // a busy gateway's distinct certificates
@@ -43,15 +45,19 @@ class CertificateParseCache final {
   struct DigestHash {
     size_t operator()(const Digest& digest) const noexcept;
   };
-  using Recency = std::list<Digest>;  // most recent first
-  using Entry = std::pair<std::shared_ptr<const CertificateFacts>, Recency::iterator>;
+  struct Entry {
+    explicit Entry(std::shared_ptr<const CertificateFacts> remembered, uint64_t use)
+        : facts(std::move(remembered)), lastUse(use) {}
+    std::shared_ptr<const CertificateFacts> facts;
+    std::atomic<uint64_t> lastUse;  // a tick of m_uses; written under the shared lock
+  };
 
   std::shared_ptr<const CertificateFacts> Find(const Digest& digest);
   void Insert(const Digest& digest, const std::shared_ptr<const CertificateFacts>& facts);
 
   const size_t m_capacity;
-  mutable std::mutex m_mutex;
-  Recency m_recency;                                        // guarded by m_mutex
+  mutable std::shared_mutex m_mutex;
+  std::atomic<uint64_t> m_uses{0};                          // the clock of lastUse
   std::unordered_map<Digest, Entry, DigestHash> m_entries;  // guarded by m_mutex
 };
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <utility>
@@ -108,7 +109,19 @@ void CertificateManagerImpl::Publish(bool trace) {
   if (trace) {
     ORV_TRACE(GetTracer(), kDetail) << "cache size " << cache->size();
   }
-  std::atomic_store(&m_snapshot, std::move(cache));
+  PublishCache(std::move(cache));
+}
+
+void CertificateManagerImpl::PublishCache(std::shared_ptr<const Cache> cache) {
+  m_retired.push_back(std::atomic_exchange(&m_snapshot, std::move(cache)));
+  // A lookup that still holds a former cache only lets go of it: it never frees a whole cache
+  // (thousands of frees into the store thread's heap). A retired cache that only this list holds
+  // can no longer be found and goes now, on the store thread's time.
+  m_retired.erase(std::remove_if(m_retired.begin(), m_retired.end(),
+                                 [](const std::shared_ptr<const Cache>& retired) {
+                                   return retired.use_count() == 1;
+                                 }),
+                  m_retired.end());
 }
 
 void CertificateManagerImpl::TraceAdded(

@@ -106,6 +106,8 @@ class CertificateManagerImpl : public orv::object::Ifaces<IInotifyEventsReceiver
   void ReadChangedFileStores() ORV_REQUIRES(m_storeMutex);
   // The parts' cache becomes the lookups' one; "cache size" when `trace`.
   void Publish(bool trace) ORV_REQUIRES(m_storeMutex);
+  // Makes `cache` the lookups' cache and frees the former ones no lookup holds any more.
+  void PublishCache(std::shared_ptr<const Cache> cache) ORV_REQUIRES(m_storeMutex);
   // The "add ..." line of each entry.
   void TraceAdded(const std::vector<StoreCertificates::Entry>& entries) const;
   // The lookup's last step: the provider's candidates for the issuer text, then the snapshot's
@@ -166,6 +168,8 @@ class CertificateManagerImpl : public orv::object::Ifaces<IInotifyEventsReceiver
   std::set<std::string> m_subscribedDatabases ORV_GUARDED_BY(m_storeMutex);
   // The lookups' cache: read with std::atomic_load, replaced with std::atomic_store, never changed.
   std::shared_ptr<const Cache> m_snapshot;
+  // Former caches that a lookup may still hold; freed by PublishCache.
+  std::vector<std::shared_ptr<const Cache>> m_retired ORV_GUARDED_BY(m_storeMutex);
   std::set<std::string> m_userHomes;  // no lock, see above
   // Known NSS databases in the order they were found, each once.
   std::vector<cert_stores::Nss3Storage> m_nss3Storages ORV_GUARDED_BY(m_storeMutex);

@@ -75,7 +75,7 @@ result_t CertificateManagerImpl::Install(const qel::RawCert& cert) {
       facts->parsed) {
     (*cache)[facts->subjectHash].insert(der);
   }
-  std::atomic_store(&m_snapshot, std::shared_ptr<const Cache>(std::move(cache)));
+  PublishCache(std::move(cache));
   return orv::errors::kOk;
 }
 
@@ -115,7 +115,7 @@ result_t CertificateManagerImpl::Uninstall(const qel::RawCert& cert) {
       facts->parsed) {
     cache->erase(facts->subjectHash);
   }
-  std::atomic_store(&m_snapshot, std::shared_ptr<const Cache>(std::move(cache)));
+  PublishCache(std::move(cache));
   return orv::errors::kOk;
 }
 

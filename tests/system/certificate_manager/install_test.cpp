@@ -1,6 +1,11 @@
 // Install and Uninstall through the real module and the host's own services over a whole
 // synthetic machine: the system store of each layout, judged by openssl and curl run with a clean
 // environment, and the NSS databases of several users, one of which refuses writes.
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -170,6 +175,55 @@ TEST_F(CertManagerTest, Install_OpenSslStoresRefuse_WarnsReturnsZeroAndCaches) {
         std::vector<std::string>{
             "Cannot delete certificate from openssl storage: 0x8000004b (Unspecified error)"});
     EXPECT_EQ(FindParents(manager.get(), root.Der(), parents), 1);
+  });
+}
+
+// A helper that never ends on one database (and ignores SIGTERM, with a child of its own): Install
+// stops it at the time limit with the kill ladder, names that store, and every other store holds
+// the root; nothing of the helper is left.
+TEST_F(CertManagerTest, Install_HelperNeverEndsOnOneDatabase_StoppedOtherStoresHoldTheRoot) {
+  RunInMountNamespace([&] {
+    BuildMachine(StoreLayout::kDebian, {kUsers.front()});
+    const std::string stuck = MakeNssDatabase("/home/alice/.pki/nssdb");
+    MakeNssDatabase("/home/alice/.mozilla/firefox/abcd.default-release");
+    const std::string helper = "/opt/morvane/tolm/libexec/cert-manager";
+    std::filesystem::copy_file(helper, "/home/.real-helper");
+    host::sandbox::WriteTextFile("/home/.helper",
+                                 "#!/bin/sh\n"
+                                 "case \"$*\" in *" +
+                                     stuck +
+                                     "*)\n"
+                                     "  trap '' TERM\n"
+                                     "  sleep 600 &\n"
+                                     "  echo $$ $! > /home/.pids\n"
+                                     "  while :; do sleep 1; done;;\n"
+                                     "esac\n"
+                                     "exec /home/.real-helper \"$@\"\n",
+                                 0755);
+    host::sandbox::BindReadOnly("/home/.helper", helper);
+    const TestCertificate root = tti::test::MakeRootCertificate("Stuck Helper Root");
+    orv::intrusive_ptr<ICertificateManager> manager = CreateManager();
+    ASSERT_TRUE(manager);
+
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(manager->Install(Raw(root.Der())), 0);
+    // The limit, the grace after SIGTERM and the reaping; far from "never".
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
+    EXPECT_EQ(tracer->Texts(500), std::vector<std::string>{"Cannot add certificate to " + stuck +
+                                                           ": 0x8000004b (Unspecified error)"});
+    EXPECT_EQ(
+        CountOf(NssCertificates("/home/alice/.mozilla/firefox/abcd.default-release"), root.Der()),
+        1u);
+    EXPECT_EQ(CountOf(BundleCertificates("/etc/ssl/certs/ca-certificates.crt"), root.Der()), 1u);
+    std::istringstream pids(tti::test::ReadTextFile("/home/.pids"));
+    for (std::string pid; pids >> pid;) {
+      // Gone, or a zombie its new parent has not reaped yet.
+      EXPECT_TRUE(tti::test::Eventually([&pid] {
+        std::ifstream stat("/proc/" + pid + "/stat");
+        const std::string text{std::istreambuf_iterator<char>(stat), {}};
+        return text.empty() || text.find(") Z ") != std::string::npos;
+      })) << pid;
+    }
   });
 }
 

@@ -76,6 +76,22 @@ inline bool Eventually(const std::function<bool()>& condition,
   return true;
 }
 
+// Whether every process whose id the file lists ends within the usual limit: gone, or a zombie its
+// new parent has not reaped yet.
+inline bool ListedProcessesEnd(const std::string& pidFile) {
+  std::ifstream list(pidFile);
+  for (std::string pid; list >> pid;) {
+    if (!Eventually([&pid] {
+          std::ifstream stat("/proc/" + pid + "/stat");
+          const std::string text{std::istreambuf_iterator<char>(stat), {}};
+          return text.empty() || text.find(") Z ") != std::string::npos;
+        })) {
+      return false;
+    }
+  }
+  return true;
+}
+
 // The bytes of any range of byte-sized values (a DER vector, a blob, an ABI vector).
 template <typename Range>
 std::vector<uint8_t> Bytes(const Range& range) {

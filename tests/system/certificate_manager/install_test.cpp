@@ -3,9 +3,6 @@
 // environment, and the NSS databases of several users, one of which refuses writes.
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -215,15 +212,8 @@ TEST_F(CertManagerTest, Install_HelperNeverEndsOnOneDatabase_StoppedOtherStoresH
         CountOf(NssCertificates("/home/alice/.mozilla/firefox/abcd.default-release"), root.Der()),
         1u);
     EXPECT_EQ(CountOf(BundleCertificates("/etc/ssl/certs/ca-certificates.crt"), root.Der()), 1u);
-    std::istringstream pids(tti::test::ReadTextFile("/home/.pids"));
-    for (std::string pid; pids >> pid;) {
-      // Gone, or a zombie its new parent has not reaped yet.
-      EXPECT_TRUE(tti::test::Eventually([&pid] {
-        std::ifstream stat("/proc/" + pid + "/stat");
-        const std::string text{std::istreambuf_iterator<char>(stat), {}};
-        return text.empty() || text.find(") Z ") != std::string::npos;
-      })) << pid;
-    }
+    EXPECT_TRUE(tti::test::ListedProcessesEnd("/home/.pids"))
+        << tti::test::ReadTextFile("/home/.pids");
   });
 }
 

@@ -6,8 +6,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -265,15 +263,8 @@ TEST_F(NssStorageTest, HelperNeverEnds_StoppedAtTheLimitWithItsChildren) {
         "while :; do sleep 1; done\n");
     std::vector<Certificate> certificates = {m_cert};
     EXPECT_EQ(StoreIn(directory).AddCertificatesToStore(certificates), orv::errors::kUnspecified);
-    std::istringstream pids(tti::test::ReadTextFile("/opt/morvane/tolm/libexec/pids"));
-    for (std::string pid; pids >> pid;) {
-      // Gone, or a zombie its new parent has not reaped yet.
-      EXPECT_TRUE(tti::test::Eventually([&pid] {
-        std::ifstream stat("/proc/" + pid + "/stat");
-        const std::string text{std::istreambuf_iterator<char>(stat), {}};
-        return text.empty() || text.find(") Z ") != std::string::npos;
-      })) << pid;
-    }
+    EXPECT_TRUE(tti::test::ListedProcessesEnd("/opt/morvane/tolm/libexec/pids"))
+        << tti::test::ReadTextFile("/opt/morvane/tolm/libexec/pids");
   });
 }
 

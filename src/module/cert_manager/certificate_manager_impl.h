@@ -31,7 +31,7 @@ namespace qel::tcp_traffic_interceptor {
 //
 // The cache is kept per store (StoreCertificates): an event re-reads only the store it names, and
 // only when the store's files are not the same as at its last read or our own last write
-// (StoreStamp). Lookups read `m_snapshot`, an immutable cache published whole (std::atomic_store)
+// (StoreStamp). Lookups read `m_snapshot`, an immutable cache published whole (PublishCache)
 // when a read, an Install or an Uninstall is done, and never take a lock of this class.
 //
 // Threads: Install, Uninstall and FindParentCertificates on any host or engine thread; OnEvent on
@@ -166,7 +166,7 @@ class CertificateManagerImpl : public orv::object::Ifaces<IInotifyEventsReceiver
   StoreCertificates m_parts ORV_GUARDED_BY(m_storeMutex);
   std::map<std::string, KnownStore> m_known ORV_GUARDED_BY(m_storeMutex);  // every store, by path
   std::set<std::string> m_subscribedDatabases ORV_GUARDED_BY(m_storeMutex);
-  // The lookups' cache: read with std::atomic_load, replaced with std::atomic_store, never changed.
+  // The lookups' cache: read with std::atomic_load, replaced by PublishCache, never changed.
   std::shared_ptr<const Cache> m_snapshot;
   // Former caches that a lookup may still hold; freed by PublishCache.
   std::vector<std::shared_ptr<const Cache>> m_retired ORV_GUARDED_BY(m_storeMutex);

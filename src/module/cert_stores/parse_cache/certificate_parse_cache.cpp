@@ -73,8 +73,12 @@ std::shared_ptr<const CertificateFacts> CertificateParseCache::Find(const Digest
   if (found == m_entries.end()) {
     return nullptr;
   }
-  found->second.lastUse.store(m_uses.fetch_add(1, std::memory_order_relaxed),
-                              std::memory_order_relaxed);
+  // Only reads on the hot path: a certificate looked up again before the next insert changes
+  // nothing, so engine threads looking up the same certificates do not write a shared line.
+  const uint64_t now = m_inserts.load(std::memory_order_relaxed);
+  if (found->second.lastUse.load(std::memory_order_relaxed) != now) {
+    found->second.lastUse.store(now, std::memory_order_relaxed);
+  }
   return found->second.facts;
 }
 
@@ -93,8 +97,9 @@ void CertificateParseCache::Insert(const Digest& digest,
         });
     m_entries.erase(oldest);
   }
-  m_entries.emplace(std::piecewise_construct, std::forward_as_tuple(digest),
-                    std::forward_as_tuple(facts, m_uses.fetch_add(1, std::memory_order_relaxed)));
+  m_entries.emplace(
+      std::piecewise_construct, std::forward_as_tuple(digest),
+      std::forward_as_tuple(facts, m_inserts.fetch_add(1, std::memory_order_relaxed) + 1));
 }
 
 }  // namespace qel::tcp_traffic_interceptor::cert_stores

@@ -20,7 +20,8 @@ namespace qel::tcp_traffic_interceptor::cert_stores {
 //
 // Threads: any engine or host thread. Searches share `m_mutex` (the engine's lookups never wait
 // for each other nor for a store read's searches) and mark their entry's last use in the entry
-// itself; an insert holds it alone, and the eviction a full cache needs looks for the oldest mark.
+// itself, as the number of inserts so far; an insert holds it alone, and the eviction a full cache
+// needs takes an entry with the oldest mark (entries used between the same two inserts are equal).
 // Never held across the parse, never together with another lock. The facts handed out are
 // immutable and shared, so they outlive their eviction.
 class CertificateParseCache final {
@@ -49,7 +50,7 @@ class CertificateParseCache final {
     explicit Entry(std::shared_ptr<const CertificateFacts> remembered, uint64_t use)
         : facts(std::move(remembered)), lastUse(use) {}
     std::shared_ptr<const CertificateFacts> facts;
-    std::atomic<uint64_t> lastUse;  // a tick of m_uses; written under the shared lock
+    std::atomic<uint64_t> lastUse;  // m_inserts at the last use; written under the shared lock
   };
 
   std::shared_ptr<const CertificateFacts> Find(const Digest& digest);
@@ -57,7 +58,7 @@ class CertificateParseCache final {
 
   const size_t m_capacity;
   mutable std::shared_mutex m_mutex;
-  std::atomic<uint64_t> m_uses{0};                          // the clock of lastUse
+  std::atomic<uint64_t> m_inserts{0};  // the clock of lastUse; advanced under the lock alone
   std::unordered_map<Digest, Entry, DigestHash> m_entries;  // guarded by m_mutex
 };
 

@@ -14,6 +14,7 @@
 #include "cert_stores/openssl/openssl_storage.h"
 #include "cert_stores/openssl/store_discovery.h"
 #include "cert_stores/openssl/store_paths.h"
+#include "cert_stores/runtime/runtime_settings.h"
 
 namespace module_host {
 namespace {
@@ -88,6 +89,22 @@ void AddLinks(json& rows) {
   }
 }
 
+// The runtime trust settings files: whether each is there, and whether it points the runtimes at
+// the system bundle as the module writes it.
+void AddRuntimeSettings(json& rows) {
+  using stores::RuntimeTrustSettings;
+  stores::NativePath bundle;
+  const bool hasBundle = ORV_SUCCEEDED(RuntimeTrustSettings::FindSystemBundle(bundle));
+  for (const stores::RuntimeSettingsFile& file : RuntimeTrustSettings::Files()) {
+    struct stat status {};
+    const bool present = ::lstat(file.path.c_str(), &status) == 0;
+    rows.push_back({{"kind", "runtime settings"},
+                    {"path", file.path},
+                    {"present", present},
+                    {"holds", hasBundle && RuntimeTrustSettings::Holds(file, bundle)}});
+  }
+}
+
 }  // namespace
 
 json ReportStores(const std::vector<uint8_t>& certificate) {
@@ -125,6 +142,7 @@ json ReportStores(const std::vector<uint8_t>& certificate) {
                     {"certificates", held.size()},
                     {"holds", Holds(held, certificate)}});
   }
+  AddRuntimeSettings(rows);
   return rows;
 }
 

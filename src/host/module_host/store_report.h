@@ -10,7 +10,7 @@ namespace module_host {
 // What the machine's certificate stores hold now, read back from the stores themselves: the
 // product's anchor files in the anchor directory in use, the product's links and the hash links to
 // them in /etc/ssl/certs, every bundle file, every Java keystore (with its entry count) and every
-// NSS database the module would find. One row a store; `certificate` (DER) is marked where it is
+// NSS database the module would find, then the runtime trust settings files. One row a store; `certificate` (DER) is marked where it is
 // held ("holds").
 nlohmann::json ReportStores(const std::vector<uint8_t>& certificate);
 

@@ -35,6 +35,8 @@ size_t PrintStoreRows(const nlohmann::json& rows, std::ostream& out) {
       contents = std::to_string(row["entries"].get<size_t>()) + " entries";
     } else if (row.contains("target")) {
       contents = "-> " + row["target"].get<std::string>();
+    } else if (row.contains("present")) {
+      contents = row["present"].get<bool>() ? "present" : "absent";
     } else if (kind == "anchor directory") {
       contents = "no product file";
     }

@@ -19,14 +19,16 @@ namespace {
 using qel::tools::UniqueFd;
 
 // tmpfs over /etc with every entry bound back read-only, except the certificate places, which the
-// layout builds afresh. The old /etc stays reachable through a descriptor while this runs.
+// layout builds afresh, and the session settings folders, which start empty and writable. The old
+// /etc stays reachable through a descriptor while this runs.
 void ShadowEtc() {
   UniqueFd oldEtc(::open("/etc", O_PATH | O_DIRECTORY | O_CLOEXEC));
   if (!oldEtc) {
     Fail("open /etc");
   }
   const std::string oldPath = "/proc/self/fd/" + std::to_string(oldEtc.Get());
-  const std::set<std::string> rebuilt = {".", "..", "ssl", "pki", "ca-certificates"};
+  const std::set<std::string> rebuilt = {
+      ".", "..", "ssl", "pki", "ca-certificates", "profile.d", "environment.d"};
   std::vector<std::string> names;
   {
     DIR* directory = ::opendir(oldPath.c_str());
@@ -68,6 +70,9 @@ void ShadowEtc() {
   }
   // Its hooks write package state: an empty folder masks them.
   MakeDirectories("/etc/ca-certificates/update.d");
+  // The runtime trust settings go here: empty and writable, whatever the machine has.
+  MakeDirectories("/etc/profile.d");
+  MakeDirectories("/etc/environment.d");
 }
 
 }  // namespace

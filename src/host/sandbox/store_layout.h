@@ -13,8 +13,9 @@ enum class StoreLayout {
   kFedora,
 };
 
-// Inside a private mount namespace only: tmpfs over /etc (every entry but ssl, pki and
-// ca-certificates bound back read-only, /etc/ca-certificates/update.d empty), /usr/lib/ssl and
+// Inside a private mount namespace only: tmpfs over /etc (every entry but ssl, pki,
+// ca-certificates, profile.d and environment.d bound back read-only; /etc/ca-certificates/update.d,
+// /etc/profile.d and /etc/environment.d empty and writable), /usr/lib/ssl and
 // /usr/local/share/ca-certificates, then the layout with a bundle of the real CA set.
 void BuildStoreLayout(StoreLayout layout);
 

@@ -160,6 +160,13 @@ class CertificateManagerImpl : public orv::object::Ifaces<IInotifyEventsReceiver
   // set rewrites the keystore without it).
   void OnJavaKeystoreChanged(const std::string& path) ORV_REQUIRES(m_storeMutex);
 
+  // Runtime trust settings (runtime_trust.cpp): written after the keystores, so that they point
+  // at a bundle that holds the root; each file that fails is a level 500 line.
+  void AddRuntimeSettings(const std::vector<cert_stores::Certificate>& certificates)
+      ORV_REQUIRES(m_storeMutex);
+  void DeleteRuntimeSettings(const std::vector<cert_stores::Certificate>& certificates)
+      ORV_REQUIRES(m_storeMutex);
+
   orv::Mutex m_storeMutex;
   std::vector<cert_stores::Certificate> m_certificates ORV_GUARDED_BY(m_storeMutex);
   bool m_installed ORV_GUARDED_BY(m_storeMutex) = false;  // Install ran and no Uninstall since

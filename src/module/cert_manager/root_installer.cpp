@@ -34,6 +34,7 @@ result_t CertificateManagerImpl::Install(const qel::RawCert& cert) {
         << "Cannot add certificate to openssl storage: " << orv::trace::Result{result};
   }
   AddToJavaKeystores(certificates);
+  AddRuntimeSettings(certificates);
   std::vector<std::string> gone;
   for (const cert_stores::Nss3Storage& storage : m_nss3Storages) {
     KnownStore& store = m_known[storage.path];
@@ -91,6 +92,7 @@ result_t CertificateManagerImpl::Uninstall(const qel::RawCert& cert) {
         << "Cannot delete certificate from openssl storage: " << orv::trace::Result{openSslResult};
   }
   DeleteFromJavaKeystores(certificates);
+  DeleteRuntimeSettings(certificates);
   for (const cert_stores::Nss3Storage& storage : m_nss3Storages) {
     KnownStore& store = m_known[storage.path];
     if (store.pending) {

@@ -93,8 +93,9 @@ TEST_P(BadInputTest, InstallThenUninstall_EveryStoreRefusesAndStaysAsItWas) {
     BuildMachine(StoreLayout::kDebian, {{"alice", 1000, "/home/alice"}});
     host::sandbox::MakeDirectories("/etc/ssl/certs/java");
     tti::test::WriteText(kKeystore, keystore);
-    std::vector<std::string> trees = {"/etc/ssl", "/usr/lib/ssl",
-                                      "/usr/local/share/ca-certificates", "/etc/pki"};
+    std::vector<std::string> trees = {
+        "/etc/ssl", "/usr/lib/ssl",   "/usr/local/share/ca-certificates",
+        "/etc/pki", "/etc/profile.d", "/etc/environment.d"};
     for (const std::string& database : kDatabases) {
       MakeNssDatabase(database);
       trees.push_back(database);
@@ -121,8 +122,8 @@ TEST_P(BadInputTest, InstallThenUninstall_EveryStoreRefusesAndStaysAsItWas) {
       for (const std::string& line : warnings) {
         EXPECT_NE(line.find(kRefused), std::string::npos) << step << " " << line;
       }
-      for (const char* store :
-           {"openssl storage", kKeystore, "/home/alice/.pki/nssdb/cert9.db", "/etc/pki/nssdb/"}) {
+      for (const char* store : {"openssl storage", kKeystore, "/home/alice/.pki/nssdb/cert9.db",
+                                "/etc/pki/nssdb/", "/etc/profile.d/", "/etc/environment.d/"}) {
         EXPECT_TRUE(std::any_of(
             warnings.begin(), warnings.end(),
             [&](const std::string& line) { return line.find(store) != std::string::npos; }))

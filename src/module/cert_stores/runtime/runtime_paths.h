@@ -1,0 +1,25 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+namespace qel::tcp_traffic_interceptor::cert_stores {
+
+// Where new sessions pick up environment variables: login shells source every *.sh of the first
+// folder through /etc/profile; the systemd user manager (desktop sessions) reads every *.conf of
+// the second through its environment generator.
+constexpr std::string_view kProfileDirectory = "/etc/profile.d";
+constexpr std::string_view kEnvironmentDirectory = "/etc/environment.d";
+// The stem of both file names, after the product's prefix.
+constexpr std::string_view kRuntimeSettingsStem = "runtimes";
+
+// The variables that runtimes with their own root lists read for extra or replacing roots, each
+// set to the system bundle unless it is set already (see the folder's README for why these).
+constexpr std::array<std::string_view, 4> kRuntimeTrustVariables = {
+    "NODE_EXTRA_CA_CERTS",  // Node.js: added to its compiled-in roots
+    "NPM_CONFIG_CAFILE",    // npm's cafile setting
+    "PIP_CERT",             // pip's --cert (its vendored certifi otherwise)
+    "REQUESTS_CA_BUNDLE",   // requests (certifi otherwise)
+};
+
+}  // namespace qel::tcp_traffic_interceptor::cert_stores

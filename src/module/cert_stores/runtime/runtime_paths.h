@@ -15,11 +15,12 @@ constexpr std::string_view kRuntimeSettingsStem = "runtimes";
 
 // The variables that runtimes with their own root lists read for extra or replacing roots, each
 // set to the system bundle unless it is set already (see the folder's README for why these).
-constexpr std::array<std::string_view, 4> kRuntimeTrustVariables = {
+constexpr std::array<std::string_view, 5> kRuntimeTrustVariables = {
     "NODE_EXTRA_CA_CERTS",  // Node.js: added to its compiled-in roots
     "NPM_CONFIG_CAFILE",    // npm's cafile setting
     "PIP_CERT",             // pip's --cert (its vendored certifi otherwise)
     "REQUESTS_CA_BUNDLE",   // requests (certifi otherwise)
+    "SSL_CERT_FILE",        // httpx (certifi otherwise); OpenSSL's own default file
 };
 
 }  // namespace qel::tcp_traffic_interceptor::cert_stores

@@ -211,6 +211,8 @@ in_root() {
   cd /tmp
   # A plain desktop: no CA settings of the image for pip and npm.
   rm -f /etc/pip.conf /usr/etc/npmrc /etc/npmrc /usr/lib/node_modules/npm/npmrc
+  # A desktop has the folder (at-spi2-core ships it); a server image may not.
+  mkdir -p /etc/environment.d
   useradd -m -s /bin/bash "$kUser"
   chmod o+x /root  # the image's Python lives under /root/.pyenv
   # A machine without the image's runtimes (a fresh Debian) runs the clients it has.

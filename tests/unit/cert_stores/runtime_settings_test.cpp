@@ -103,9 +103,10 @@ TEST_F(RuntimeSettingsTest, Readers_UnsetVariablesGetTheBundle_SetOnesAreKept) {
   }
 }
 
-// A second write changes nothing; a folder the machine does not have is not made; bytes that are
-// not one certificate write and remove nothing; a link at the file's name is replaced, never
-// followed; removal takes the file and says when there was none.
+// A second write changes nothing; a folder the machine does not have is not made, one behind a
+// link is written into; bytes that are not one certificate write and remove nothing; a link at
+// the file's name is replaced, never followed; removal takes the file and says when there was
+// none.
 TEST_F(RuntimeSettingsTest, WriteAndRemove_TouchOnlyTheFileItself) {
   const std::vector<Certificate> garbage{{"bad", RawCert{0x30, 0x03, 0x02, 0x01}}};
   EXPECT_EQ(m_settings.Write(m_shell, kBundle, garbage), kNotOneCertificate);
@@ -127,6 +128,12 @@ TEST_F(RuntimeSettingsTest, WriteAndRemove_TouchOnlyTheFileItself) {
 
   EXPECT_EQ(m_settings.Write(m_environment, kBundle, m_root), 1);  // no environment.d here
   EXPECT_NE(::access(m_environmentDir.c_str(), F_OK), 0);
+  // A folder that is a link (a managed /etc) is written through.
+  ASSERT_EQ(::mkdir((m_temp.path() + "/real").c_str(), 0755), 0);
+  ASSERT_EQ(::symlink("real", m_environmentDir.c_str()), 0);
+  EXPECT_EQ(m_settings.Write(m_environment, kBundle, m_root), 0);
+  EXPECT_TRUE(RuntimeTrustSettings::Holds(
+      {m_temp.path() + "/real/runtimes.conf", RuntimeSettingsFormat::kEnvironmentDir}, kBundle));
 
   EXPECT_EQ(m_settings.Remove(m_shell, garbage), kNotOneCertificate);
   EXPECT_EQ(::access(m_shell.path.c_str(), F_OK), 0);

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
+#include <cstdlib>
 #include <stdexcept>
 
 #include "cert_stores/conversions/cert_conversions.h"
@@ -26,9 +28,15 @@ NativePath FileIn(std::string_view directory, std::string_view extension) {
   return path;
 }
 
-bool IsDirectory(const NativePath& path) {
+// The folder a file of `path` goes into, links resolved; empty when there is no such folder.
+NativePath ResolvedFolderOf(const NativePath& path) {
+  char resolved[PATH_MAX + 1];
   struct stat status {};
-  return ORV_SUCCEEDED(tools::LStatPath(path, &status)) && S_ISDIR(status.st_mode);
+  if (::realpath(ParentOf(path).c_str(), resolved) == nullptr || ::stat(resolved, &status) != 0 ||
+      !S_ISDIR(status.st_mode)) {
+    return {};
+  }
+  return resolved;
 }
 
 }  // namespace
@@ -76,19 +84,20 @@ result_t RuntimeTrustSettings::Write(const RuntimeSettingsFile& file, const Nati
   if (const result_t checked = CheckOneCertificateEach(certificates); ORV_FAILED(checked)) {
     return checked;
   }
-  const NativePath directory = ParentOf(file.path);
-  if (!IsDirectory(directory) || Holds(file, bundle)) {
+  const NativePath directory = ResolvedFolderOf(file.path);
+  if (directory.empty() || Holds(file, bundle)) {
     return orv::errors::kFalse;
   }
+  const NativePath target = directory + file.path.substr(file.path.rfind('/'));
   const std::string text = Text(file.format, bundle);
   try {
-    FileTarget target(directory);
-    target.Write(std::vector<uint8_t>(text.begin(), text.end()));
+    FileTarget temporary(directory);
+    temporary.Write(std::vector<uint8_t>(text.begin(), text.end()));
     // Replaces whatever has the name (a link too, never what it points at).
-    if (::rename(target.path.c_str(), file.path.c_str()) != 0) {
+    if (::rename(temporary.path.c_str(), target.c_str()) != 0) {
       return FromErrno();
     }
-    target.path.clear();
+    temporary.path.clear();
   } catch (const std::runtime_error&) {
     return orv::ReportCurrentException(nullptr, "RuntimeTrustSettings::Write");
   }

@@ -13,10 +13,9 @@ set -euo pipefail
 readonly kPackage=tcp-traffic-interceptor
 readonly kTree=/opt/morvane/tolm
 
-fail() {
-  echo "FAIL: $*" >&2
-  exit 1
-}
+here=$(dirname "$(readlink -f "$0")")
+# shellcheck source=../../support/machine_copy.sh
+source "$here/machine_copy.sh" 2>/dev/null || source "$here/../../support/machine_copy.sh"
 
 # `mode owner path[ -> target]` per entry, as the package has to list them.
 expected_contents() {
@@ -52,18 +51,10 @@ expected_contents() {
   done | sort
 }
 
-# A root, and a server certificate for 127.0.0.1 issued by it.
+# The test's certificates, and the chain the alert page shows.
 make_certificates() {
-  local dir=$1
-  openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 \
-    -subj "/O=Package Test/CN=Package Test Root" -keyout "$dir/root.key" -out "$dir/root.pem" \
-    2>/dev/null
-  openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -subj "/CN=127.0.0.1" \
-    -keyout "$dir/server.key" -out "$dir/server.csr" 2>/dev/null
-  openssl x509 -req -days 2 -in "$dir/server.csr" -CA "$dir/root.pem" -CAkey "$dir/root.key" \
-    -CAcreateserial -extfile <(printf 'subjectAltName=IP:127.0.0.1\n') -out "$dir/server.pem" \
-    2>/dev/null
-  cat "$dir/server.pem" "$dir/root.pem" >"$dir/chain.pem"
+  make_test_certificates "$1" "Package Test"
+  cat "$1/server.pem" "$1/root.pem" >"$1/chain.pem"
 }
 
 run_test() {
@@ -99,26 +90,14 @@ run_test() {
   echo "PASS"
 }
 
-# In the private namespaces: / seen through an overlay whose upper layer is a tmpfs, the kernel file
-# systems bound in, a fresh /tmp holding the package, certificates and this script; loopback the
-# only network.
+# In the private namespaces: the copy of the machine, its /tmp holding the package, certificates
+# and this script.
 throwaway_root() {
-  local work=$1 root=$1/root layers=$1/layers
-  ip link set lo up
-  mkdir "$root" "$layers"
-  mount -t tmpfs -o mode=0755 tmpfs "$layers"
-  mkdir "$layers/upper" "$layers/work"
-  mount -t overlay overlay -o "lowerdir=/,upperdir=$layers/upper,workdir=$layers/work" "$root"
-  local fs
-  for fs in proc sys dev; do
-    mount --rbind "/$fs" "$root/$fs"
-  done
-  mount -t tmpfs -o mode=1777 tmpfs "$root/tmp"
+  local work=$1
+  mount_machine_copy "$work"
   cp "$work"/{package.deb,contents,root.pem,server.pem,server.key,chain.pem,package_test.sh} \
-    "$root/tmp/"
-  # The machine exports SSL_CERT_FILE and friends, which would take curl past the system store.
-  chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 \
-    /bin/bash /tmp/package_test.sh --in-root
+    "$work/root/tmp/"
+  enter_machine_copy "$work/root" package_test.sh --in-root
 }
 
 # curl's exit status for https://127.0.0.1:PORT/ with the system's trust (60: not trusted).
@@ -129,19 +108,8 @@ curl_status() {
 }
 
 start_server() {
-  # Made here: the background job creates it only once it runs, maybe after the first read below.
-  : >/tmp/server.out
-  openssl s_server -accept 127.0.0.1:0 -cert /tmp/server.pem -key /tmp/server.key -www \
-    >/tmp/server.out 2>&1 &
-  server=$!
-  trap 'kill "$server" 2>/dev/null || true' EXIT
-  local tries
-  for tries in $(seq 100); do
-    port=$(sed -n 's/^ACCEPT 127\.0\.0\.1:\([0-9]*\)$/\1/p' /tmp/server.out)
-    [[ -z "$port" ]] || return 0
-    sleep 0.1
-  done
-  fail "openssl s_server did not start"
+  start_server_printing_port 's/^ACCEPT 127\.0\.0\.1:\([0-9]*\)$/\1/p' \
+    openssl s_server -accept 127.0.0.1:0 -cert /tmp/server.pem -key /tmp/server.key -www
 }
 
 # The entries of the package (the list in CONTENTS) that exist on this machine now, one path a line.

@@ -18,23 +18,9 @@ readonly kPython=/root/.pyenv/versions/3.11.7/bin/python3
 readonly kGenerator=/usr/lib/systemd/user-environment-generators/30-systemd-environment-d-generator
 readonly kUser=dev
 
-fail() {
-  echo "FAIL: $*" >&2
-  exit 1
-}
-
-# A root, and a server certificate for 127.0.0.1 issued by it.
-make_certificates() {
-  local dir=$1
-  openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 \
-    -subj "/O=Runtime Test/CN=Runtime Test Root" -keyout "$dir/root.key" -out "$dir/root.pem" \
-    2>/dev/null
-  openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -subj "/CN=127.0.0.1" \
-    -keyout "$dir/server.key" -out "$dir/server.csr" 2>/dev/null
-  openssl x509 -req -days 2 -in "$dir/server.csr" -CA "$dir/root.pem" -CAkey "$dir/root.key" \
-    -CAcreateserial -extfile <(printf 'subjectAltName=IP:127.0.0.1\n') -out "$dir/server.pem" \
-    2>/dev/null
-}
+here=$(dirname "$(readlink -f "$0")")
+# shellcheck source=../../support/machine_copy.sh
+source "$here/machine_copy.sh" 2>/dev/null || source "$here/../../support/machine_copy.sh"
 
 # Debian's own Node.js (it trusts the system store itself) when Debian's archive has it: its
 # program and library unpacked into DIR/node-debian, the script packages it loads from
@@ -85,7 +71,7 @@ run_test() {
   local source_dir=$1 binary_dir=$2
   work=$(mktemp -d /tmp/runtime-trust.XXXXXX)
   trap 'rm -rf "$work"' EXIT
-  make_certificates "$work"
+  make_test_certificates "$work" "Runtime Test"
   fetch_debian_node "$work"
   fetch_httpx "$work"
   cp "$0" "$source_dir/tests/system/runtime_trust/index_server.py" "$work/"
@@ -94,17 +80,8 @@ run_test() {
 }
 
 throwaway_root() {
-  local work=$1 binary_dir=$2 root=$1/root layers=$1/layers
-  ip link set lo up
-  mkdir "$root" "$layers"
-  mount -t tmpfs -o mode=0755 tmpfs "$layers"
-  mkdir "$layers/upper" "$layers/work"
-  mount -t overlay overlay -o "lowerdir=/,upperdir=$layers/upper,workdir=$layers/work" "$root"
-  local fs
-  for fs in proc sys dev; do
-    mount --rbind "/$fs" "$root/$fs"
-  done
-  mount -t tmpfs -o mode=1777 tmpfs "$root/tmp"
+  local work=$1 binary_dir=$2 root=$1/root
+  mount_machine_copy "$work"
   cp -r "$work"/{root.pem,server.pem,server.key,index_server.py,runtime_trust_test.sh} "$root/tmp/"
   if [[ -d "$work/node-debian" ]]; then
     cp -r "$work/node-debian" "$root/tmp/"
@@ -114,26 +91,16 @@ throwaway_root() {
   if [[ -d "$work/httpx" ]]; then
     cp -r "$work/httpx/usr/lib/python3/dist-packages" "$root/tmp/httpx"
   fi
-  chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 \
-    /bin/bash /tmp/runtime_trust_test.sh --in-root "$binary_dir"
+  enter_machine_copy "$root" runtime_trust_test.sh --in-root "$binary_dir"
 }
 
 start_server() {
-  : >/tmp/server.out
-  /usr/bin/python3 -S /tmp/index_server.py /tmp/server.pem /tmp/server.key >/tmp/server.out 2>&1 &
-  server=$!
-  trap 'kill "$server" 2>/dev/null || true' EXIT
-  local tries
-  for tries in $(seq 100); do
-    port=$(sed -n 's/^PORT \([0-9]*\)$/\1/p' /tmp/server.out)
-    [[ -z "$port" ]] || return 0
-    sleep 0.1
-  done
-  fail "the index server did not start: $(cat /tmp/server.out)"
+  start_server_printing_port 's/^PORT \([0-9]*\)$/\1/p' \
+    /usr/bin/python3 -S /tmp/index_server.py /tmp/server.pem /tmp/server.key
 }
 
-# name|command, one a line per client; URL stands for the server's address. Each exits 0 only when the
-# request succeeded with a trusted certificate.
+# name|command, one a line per client; URL stands for the server's address. Each exits 0 only
+# when the request succeeded with a trusted certificate.
 clients() {
   local node_https='require("https").get(process.argv[1], r => { r.resume(); r.on("end", () => process.exit(r.statusCode === 200 ? 0 : 2)); }).on("error", e => { console.error(e.code ?? e.message); process.exit(1); })'
   local node_fetch='fetch(process.argv[1]).then(r => process.exit(r.ok ? 0 : 2), e => { console.error(e.cause?.code ?? e.message); process.exit(1); })'

@@ -14,7 +14,7 @@ constexpr std::string_view kEnvironmentDirectory = "/etc/environment.d";
 constexpr std::string_view kRuntimeSettingsStem = "runtimes";
 
 // The variables that runtimes with their own root lists read for extra or replacing roots, each
-// set to the system bundle unless it is set already (see the folder's README for why these).
+// set to the system bundle unless it is set already (the root README says why these).
 constexpr std::array<std::string_view, 5> kRuntimeTrustVariables = {
     "NODE_EXTRA_CA_CERTS",  // Node.js: added to its compiled-in roots
     "NPM_CONFIG_CAFILE",    // npm's cafile setting

@@ -14,7 +14,7 @@ namespace qel::tcp_traffic_interceptor::cert_stores {
 
 // What a store answers for bytes it cannot hold as one certificate ("Invalid type"); the store is
 // left untouched.
-constexpr result_t kNotOneCertificate = orv::MakeResult(0x8000005du);
+constexpr result_t kNotOneCertificate = orv::errors::kInvalidType;
 
 // Whether `raw` is exactly one DER certificate: not empty, and d2i_X509 takes every byte. Empty
 // bytes, a cut certificate, bytes after one, two in a row, a request or a key are not.

@@ -9,7 +9,7 @@
 
 #include "watch_fixture.h"
 
-namespace host::test {
+namespace tti::test {
 namespace {
 
 bool Has(const std::vector<WatchNotice>& notices, const std::string& name, uint32_t type) {
@@ -49,4 +49,4 @@ TEST(WatchedPath, Restart_ReportsOnlyWhatItDidNotWatchBefore) {
 }
 
 }  // namespace
-}  // namespace host::test
+}  // namespace tti::test

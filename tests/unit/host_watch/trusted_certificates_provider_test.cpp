@@ -12,6 +12,8 @@ namespace tti::test {
 namespace {
 
 namespace conversions = qel::tcp_traffic_interceptor::cert_stores;
+using host::MallocAllocator;
+using host::TrustedCertificatesProvider;
 
 // The issuer text the module asks with, for a root: its own subject.
 orv::types::string8_t IssuerOf(const tti::test::TestCertificate& certificate) {

@@ -18,6 +18,10 @@
 
 namespace tti::test {
 
+using host::HostObject;
+using host::InotifyEventsProvider;
+using host::MakeObject;
+
 // Makes `path` and its missing parents; an error throws, which fails the test.
 inline void MakeDirectories(const std::string& path) { std::filesystem::create_directories(path); }
 inline void WriteFile(const std::string& path, const std::string& text = "x") {

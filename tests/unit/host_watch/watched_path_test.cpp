@@ -12,6 +12,11 @@
 namespace tti::test {
 namespace {
 
+using host::InotifyInstance;
+using host::WatchedPath;
+using host::WatchNotice;
+using host::WatchRegistry;
+
 bool Has(const std::vector<WatchNotice>& notices, const std::string& name, uint32_t type) {
   return std::any_of(notices.begin(), notices.end(), [&](const WatchNotice& notice) {
     return notice.name == name && notice.type == type;

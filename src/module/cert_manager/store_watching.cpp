@@ -3,9 +3,9 @@
 #include <string_view>
 
 #include "cert_manager/certificate_manager_impl.h"
-#include "cert_manager/check_line.h"
 #include "cert_manager/current_accounts.h"
 #include "cert_manager/watch_constants.h"
+#include "orv/check.h"
 #include "orv/trace_stream.h"
 #include "qel/tools/files.h"
 
@@ -60,7 +60,7 @@ result_t CertificateManagerImpl::SubscribeToEvents() {
   for (const cert_stores::NativePath& store : stores) {
     ORV_TRACE(GetTracer(), kDetail) << "watch " << store;
     const result_t result = m_eventsProvider->Subscribe(this, ToString8(store), configFlags);
-    if (ORV_FAILED(QEL_CERT_TRACE_IF_FAILED_AS(GetTracer(), result, kSubscribeStoreText))) {
+    if (ORV_FAILED(ORV_TRACE_IF_FAILED_AS(GetTracer(), result, kSubscribeStoreText))) {
       return result;
     }
   }

@@ -13,7 +13,6 @@
 #include "qel/tools/update_service_settings_sync.h"
 #include "tcp_interceptor_configurator.h"
 #include "text_conversions.h"
-#include "trace_failure.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -41,7 +40,7 @@ result_t TcpInterceptorConfigurator::FinalConstruct() {
     record.mode = 1;
     return orv::errors::kOk;
   };
-  const result_t result = QEL_TRACE_IF_FAILED_AS(
+  const result_t result = ORV_TRACE_IF_FAILED_AS(
       GetTracer(),
       tools::UpdateServiceSettingsSync<auto_excludes::AutoExcludesSettings>(
           GetTracer(), GetServiceLocator(), auto_excludes::CLSID_AutoExcludes, modifier, true),
@@ -62,7 +61,7 @@ result_t TcpInterceptorConfigurator::GetNetSettings(qel::settings::NetSettings& 
   crypto::CertificateChainVerificationSettings certVerifierSettings;
   const auto read = [&](uint32_t service, auto& record, const char* expression,
                         const char* message) -> result_t {
-    return QEL_TRACE_IF_FAILED_AS(GetTracer(), ReadSettings(service, record, revision), expression)
+    return ORV_TRACE_IF_FAILED_AS(GetTracer(), ReadSettings(service, record, revision), expression)
            << message;
   };
   if (const result_t result =

@@ -8,7 +8,6 @@
 #include "qel/tools/update_service_settings_sync.h"
 #include "tcp_interceptor_configurator.h"
 #include "text_conversions.h"
-#include "trace_failure.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -37,7 +36,7 @@ result_t TcpInterceptorConfigurator::SetTrustedAddresses(
     }
     return orv::errors::kOk;
   };
-  const result_t result = QEL_TRACE_IF_FAILED_AS(
+  const result_t result = ORV_TRACE_IF_FAILED_AS(
       GetTracer(),
       tools::UpdateServiceSettingsSync<tm::TrustedUrlsSettings>(
           GetTracer(), GetServiceLocator(), tm::CLSID_TrustedUrls, modifier, true),
@@ -55,7 +54,7 @@ result_t TcpInterceptorConfigurator::GetTrustedAddresses(
   uint32_t revision = 0;
   tm::TrustedUrlsSettings record;
   if (const result_t result =
-          QEL_TRACE_IF_FAILED_AS(GetTracer(), ReadSettings(tm::CLSID_TrustedUrls, record, revision),
+          ORV_TRACE_IF_FAILED_AS(GetTracer(), ReadSettings(tm::CLSID_TrustedUrls, record, revision),
                                  "m_esm->GetServiceSettings2(tm::CLSID_TrustedUrls, "
                                  "&pdkSettings, revision)")
           << "Cannot get service settings";

@@ -5,7 +5,6 @@
 #include "orv/check.h"
 #include "orv/trace_stream.h"
 #include "qel/tools/process_info.h"
-#include "trace_as.h"
 #include "utf16_text.h"
 
 namespace qel::tcp_traffic_interceptor {
@@ -17,8 +16,8 @@ constexpr uint32_t kDetail = orv::trace_level::kDetail;
 
 result_t InvalidCertificateHandler::CertificateOfConnection(ssl::IConnectionInfo* sslConnectionInfo,
                                                             UntrustedCertificate& cert) const {
-  return QEL_TRACE_AS(GetTracer(), GetCertificate(sslConnectionInfo, cert),
-                      "GetCertificate(sslConnectionInfo, cert)")
+  return ORV_TRACE_IF_FAILED_AS(GetTracer(), GetCertificate(sslConnectionInfo, cert),
+                                "GetCertificate(sslConnectionInfo, cert)")
          << "Cannot get cert from ssl info";
 }
 
@@ -120,9 +119,10 @@ result_t InvalidCertificateHandler::Resolve(
   verdict = ssl::InvalidCertificateVerdict::Allow;
   UntrustedCertificate cert;
   cert.verificationResult = request.verificationResult;
-  if (const result_t result = QEL_TRACE_AS(GetTracer(), GetCertificate(request.certificate, cert),
-                                           "GetCertificate(request.certificate, cert)")
-                              << "Cannot get cert from raw";
+  if (const result_t result =
+          ORV_TRACE_IF_FAILED_AS(GetTracer(), GetCertificate(request.certificate, cert),
+                                 "GetCertificate(request.certificate, cert)")
+          << "Cannot get cert from raw";
       ORV_FAILED(result)) {
     return result;
   }

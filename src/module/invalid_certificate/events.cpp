@@ -7,7 +7,6 @@
 #include "orv/service.h"
 #include "orv/trace_stream.h"
 #include "qel/event_publisher.h"
-#include "trace_as.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -116,8 +115,9 @@ result_t InvalidCertificateHandler::PublishEvent(qel::Event& event,
 
   orv::intrusive_ptr<qel::INonRemoteEventPublisher> publisher;
   if (const result_t result =
-          QEL_TRACE_AS(GetTracer(), orv::GetInterface(GetServiceLocator(), publisher.Ref()),
-                       "orv::GetInterface(GetServiceLocator(), publisher.Ref())")
+          ORV_TRACE_IF_FAILED_AS(GetTracer(),
+                                 orv::GetInterface(GetServiceLocator(), publisher.Ref()),
+                                 "orv::GetInterface(GetServiceLocator(), publisher.Ref())")
           << "Cannot get INonRemoteEventPublisher interface";
       ORV_FAILED(result)) {
     return result;

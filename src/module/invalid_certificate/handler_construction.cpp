@@ -8,7 +8,6 @@
 #include "orv/trace_stream.h"
 #include "qel/tools/files.h"
 #include "template_path.h"
-#include "trace_as.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -37,8 +36,9 @@ result_t InvalidCertificateHandler::FinalConstruct() {
   ORV_TRACE(GetTracer(), kDetail)
       << "result_t qel::tcp_traffic_interceptor::InvalidCertificateHandler::FinalConstruct()";
   if (const result_t result =
-          QEL_TRACE_AS(GetTracer(), orv::GetInterface(GetServiceLocator(), m_taskManager.Ref()),
-                       "orv::GetInterface(GetServiceLocator(), m_taskManager.Ref())")
+          ORV_TRACE_IF_FAILED_AS(GetTracer(),
+                                 orv::GetInterface(GetServiceLocator(), m_taskManager.Ref()),
+                                 "orv::GetInterface(GetServiceLocator(), m_taskManager.Ref())")
           << "Cannot get IQelTaskManager interface";
       ORV_FAILED(result)) {
     return result;

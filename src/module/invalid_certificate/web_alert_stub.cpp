@@ -10,12 +10,12 @@
 
 #include "html_escape.h"
 #include "invalid_certificate_handler.h"
+#include "orv/check.h"
 #include "orv/trace_stream.h"
 #include "page_template.h"
 #include "qel/enums/verification_result.h"
 #include "qel/tools/date_strings.h"
 #include "qel/tools/localization.h"
-#include "trace_as.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -84,9 +84,10 @@ result_t InvalidCertificateHandler::GetWebAlertStub(const ssl::InvalidCertificat
   // over it gives the same bytes.
   std::string html;
   m_page.Render(page, html);
-  if (const result_t result = QEL_TRACE_AS(GetTracer(), LocalizeHtmlTemplate(data.uniqPid, html),
-                                           "LocalizeHtmlTemplate(data.uniqPid, body)")
-                              << "Cannot localize html template";
+  if (const result_t result =
+          ORV_TRACE_IF_FAILED_AS(GetTracer(), LocalizeHtmlTemplate(data.uniqPid, html),
+                                 "LocalizeHtmlTemplate(data.uniqPid, body)")
+          << "Cannot localize html template";
       ORV_FAILED(result)) {
     return result;
   }
@@ -103,7 +104,7 @@ result_t InvalidCertificateHandler::InsertCertificateInfo(const orv::types::stri
   UntrustedCertificate cert;
   // The lock is held inside CacheGet only; the failure line is written after it is released.
   if (const result_t result =
-          QEL_TRACE_AS(GetTracer(), CacheGet(domain, cert), "m_cache.Get(domain, cert)")
+          ORV_TRACE_IF_FAILED_AS(GetTracer(), CacheGet(domain, cert), "m_cache.Get(domain, cert)")
           << "Cannot get cert chain for domain " << domain;
       ORV_FAILED(result)) {
     // The certificate's placeholders stay in the page as they are.
@@ -126,11 +127,11 @@ result_t InvalidCertificateHandler::LocalizeHtmlTemplate(uint64_t uniqPid, std::
          "uint64_t, std::string&)";
   orv::intrusive_ptr<localization_manager::ILocalizer> localizer;
   if (const result_t result =
-          QEL_TRACE_AS(GetTracer(),
-                       qel::tools::CreateLocalizer(GetServiceLocator(), uniqPid,
-                                                   u"traffic_processing", localizer),
-                       "tools::CreateLocalizer(GetServiceLocator(), uniqPid, "
-                       "u\"traffic_processing\", localizer)");
+          ORV_TRACE_IF_FAILED_AS(GetTracer(),
+                                 qel::tools::CreateLocalizer(GetServiceLocator(), uniqPid,
+                                                             u"traffic_processing", localizer),
+                                 "tools::CreateLocalizer(GetServiceLocator(), uniqPid, "
+                                 "u\"traffic_processing\", localizer)");
       ORV_FAILED(result)) {
     return result;
   }

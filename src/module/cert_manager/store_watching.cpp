@@ -4,6 +4,7 @@
 
 #include "cert_manager/certificate_manager_impl.h"
 #include "cert_manager/current_accounts.h"
+#include "cert_manager/trace_texts.h"
 #include "cert_manager/watch_constants.h"
 #include "orv/check.h"
 #include "orv/trace_stream.h"
@@ -14,15 +15,6 @@ namespace {
 
 constexpr uint32_t kDetail = orv::trace_level::kDetail;
 constexpr uint32_t kWarning = orv::trace_level::kWarning;
-
-constexpr const char* kOnEventSignature =
-    "virtual result_t "
-    "qel::tcp_traffic_interceptor::CertificateManagerImpl::OnEvent(const qel::InotifyEvent&)";
-constexpr const char* kNewHomeSource =
-    "qel::tcp_traffic_interceptor::CertificateManagerImpl::OnEvent(const "
-    "qel::InotifyEvent&)::<lambda(const auto:7&)> [with auto:7 = qel::QelUser]";
-constexpr const char* kSubscribeStoreText =
-    "m_eventsProvider->Subscribe(this, info.path, configFlags)";
 
 orv::types::string8_t ToString8(std::string_view text) {
   return orv::types::string8_t(text.data(), text.size());
@@ -60,7 +52,8 @@ result_t CertificateManagerImpl::SubscribeToEvents() {
   for (const cert_stores::NativePath& store : stores) {
     ORV_TRACE(GetTracer(), kDetail) << "watch " << store;
     const result_t result = m_eventsProvider->Subscribe(this, ToString8(store), configFlags);
-    if (ORV_FAILED(ORV_TRACE_IF_FAILED_AS(GetTracer(), result, kSubscribeStoreText))) {
+    if (ORV_FAILED(ORV_TRACE_IF_FAILED_AS(GetTracer(), result,
+                                          cert_manager_texts::kSubscribeStoreExpression))) {
       return result;
     }
   }
@@ -93,7 +86,7 @@ result_t CertificateManagerImpl::OnEvent(const InotifyEvent& event) {
   if (known == m_known.end()) {
     return orv::errors::kOk;
   }
-  ORV_TRACE(GetTracer(), kDetail) << kOnEventSignature << " event.name: " << event.name
+  ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kOnEvent << " event.name: " << event.name
                                   << ", event.type: " << event.type;
   KnownStore& store = known->second;
   if (store.pending) {
@@ -118,7 +111,7 @@ result_t CertificateManagerImpl::OnEvent(const InotifyEvent& event) {
 }
 
 result_t CertificateManagerImpl::OnLoginsChanged(const InotifyEvent& event) {
-  ORV_TRACE(GetTracer(), kDetail) << kOnEventSignature << " event.name: " << event.name
+  ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kOnEvent << " event.name: " << event.name
                                   << ", event.type: " << event.type;
   std::set<std::string> newHomes;
   for (const QelUser& user : CurrentAccounts()) {
@@ -126,8 +119,8 @@ result_t CertificateManagerImpl::OnLoginsChanged(const InotifyEvent& event) {
       continue;
     }
     newHomes.insert(user.home);
-    ORV_TRACE(GetTracer(), kDetail)
-        << kNewHomeSource << ": user home directory '" << user.home << "' is added";
+    ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kNewHomeLambda
+                                    << ": user home directory '" << user.home << "' is added";
     // The lock is taken per store, not across the scan, so other store work is not held up by it.
     for (const cert_stores::Nss3Storage& storage : cert_stores::GetUserNss3Storages(user)) {
       orv::MutexLock lock(m_storeMutex);
@@ -141,7 +134,7 @@ result_t CertificateManagerImpl::OnLoginsChanged(const InotifyEvent& event) {
         ORV_TRACE(GetTracer(), kWarning) << "Cannot subscribe to " << directory << " events";
       }
       ORV_TRACE(GetTracer(), kDetail)
-          << kOnEventSignature << ": path '" << directory << "' is subscribed";
+          << cert_manager_texts::kOnEvent << ": path '" << directory << "' is subscribed";
     }
   }
   // Marked as done even when every subscription failed: a home is not tried again.

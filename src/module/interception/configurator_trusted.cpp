@@ -8,6 +8,7 @@
 #include "qel/tools/update_service_settings_sync.h"
 #include "tcp_interceptor_configurator.h"
 #include "text_conversions.h"
+#include "trace_texts.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -19,10 +20,7 @@ constexpr uint32_t kDetail = orv::trace_level::kDetail;
 
 result_t TcpInterceptorConfigurator::SetTrustedAddresses(
     const qel::settings::TrustedAddresses& addresses) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::SetTrustedAddresses(const "
-         "qel::settings::TrustedAddresses&)";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kSetTrustedAddresses;
   // No comparison: written and flushed on every call.
   const auto modifier = [&addresses](tm::TrustedUrlsSettings& record) -> result_t {
     record.useTrustedUrls = addresses.UseTrustedAddresses;
@@ -40,23 +38,18 @@ result_t TcpInterceptorConfigurator::SetTrustedAddresses(
       GetTracer(),
       tools::UpdateServiceSettingsSync<tm::TrustedUrlsSettings>(
           GetTracer(), GetServiceLocator(), tm::CLSID_TrustedUrls, modifier, true),
-      "tools::UpdateServiceSettingsSync(GetTracer(), GetServiceLocator(), tm::CLSID_TrustedUrls, "
-      "modifier)");
+      interception_texts::kUpdateTrustedUrlsExpression);
   return ORV_FAILED(result) ? result : orv::errors::kOk;
 }
 
 result_t TcpInterceptorConfigurator::GetTrustedAddresses(
     qel::settings::TrustedAddresses& addresses) const {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::GetTrustedAddresses(qel::"
-         "settings::TrustedAddresses&) const";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kGetTrustedAddresses;
   uint32_t revision = 0;
   tm::TrustedUrlsSettings record;
   if (const result_t result =
           ORV_TRACE_IF_FAILED_AS(GetTracer(), ReadSettings(tm::CLSID_TrustedUrls, record, revision),
-                                 "m_esm->GetServiceSettings2(tm::CLSID_TrustedUrls, "
-                                 "&pdkSettings, revision)")
+                                 interception_texts::kReadTrustedUrlsExpression)
           << "Cannot get service settings";
       ORV_FAILED(result)) {
     return result;

@@ -36,7 +36,12 @@ constexpr const char* kNewHomeLambda =
     "qel::tcp_traffic_interceptor::CertificateManagerImpl::OnEvent(const "
     "qel::InotifyEvent&)::<lambda(const auto:7&)> [with auto:7 = qel::QelUser]";
 
-// The expression a failed store subscription names, spelled unlike the call that made it.
+// The expressions failed subscriptions name, spelled as the calls have always read (the masks as
+// numbers), not as this code makes them.
+constexpr const char* kSubscribeLoginsExpression =
+    "m_eventsProvider->Subscribe(this, UtmpPath, 0x00000002)";
+constexpr const char* kSubscribeDirectoryExpression =
+    "m_eventsProvider->Subscribe(this, path, 0x00000100)";
 constexpr const char* kSubscribeStoreExpression =
     "m_eventsProvider->Subscribe(this, info.path, configFlags)";
 

@@ -5,8 +5,8 @@
 #include "orv/check.h"
 #include "orv/trace_stream.h"
 #include "qel/tools/process_info.h"
+#include "text_conversion.h"
 #include "trace_texts.h"
-#include "utf16_text.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -123,7 +123,7 @@ result_t InvalidCertificateHandler::Resolve(
 result_t InvalidCertificateHandler::Process(const auto_excludes::AutoExcludeRequest& request,
                                             auto_excludes::AutoExcludeVerdict& verdict) {
   ORV_TRACE(GetTracer(), kDetail) << handler_texts::kProcess << ": "
-                                  << Utf16ToUtf8(request.domain.view());
+                                  << orv::Utf16ToUtf8(request.domain.view());
   if (!CopySettings().addToAutoExcludes) {
     verdict = auto_excludes::AutoExcludeVerdict::NotExcluded;
     return orv::errors::kOk;

@@ -114,8 +114,8 @@ struct SubscribeFailure {
 
 TEST_F(CertManagerTest, FinalConstruct_SubscribeFails_CheckLineFailureAndAllUnsubscribed) {
   const SubscribeFailure cases[] = {
-      {"/var/run/utmp", "m_eventsProvider->Subscribe(this, UtmpPath, 0x00000002)", 0},
-      {"/home/bob/.mozilla", "m_eventsProvider->Subscribe(this, path, 0x00000100)", 10},
+      {"/var/run/utmp", texts::kSubscribeLoginsExpression, 0},
+      {"/home/bob/.mozilla", texts::kSubscribeDirectoryExpression, 10},
       {"/etc/ssl/certs/ca-certificates.crt", texts::kSubscribeStoreExpression, 29},
   };
   for (const SubscribeFailure& failure : cases) {

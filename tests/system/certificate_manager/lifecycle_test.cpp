@@ -8,7 +8,7 @@
 #include "support/machine.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 namespace {
 
 namespace texts = qel::tcp_traffic_interceptor::cert_manager_texts;
@@ -164,4 +164,4 @@ TEST_F(CertManagerTest, Construct_ProviderMissing_FailsWithItsLiteral) {
 }
 
 }  // namespace
-}  // namespace cert_manager_test
+}  // namespace tti::test

@@ -9,7 +9,7 @@
 #include "invalid_certificate/trace_texts.h"
 #include "support/namespace_sandbox.h"
 
-namespace tti_test {
+namespace tti::test {
 namespace {
 
 namespace texts = qel::tcp_traffic_interceptor::handler_texts;
@@ -221,4 +221,4 @@ TEST_F(HandlerTest, Create_WithoutTemplateOrTaskManagerFails) {
 }
 
 }  // namespace
-}  // namespace tti_test
+}  // namespace tti::test

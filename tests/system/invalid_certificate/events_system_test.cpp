@@ -6,7 +6,7 @@
 #include "handler_fixture.h"
 #include "invalid_certificate/trace_texts.h"
 
-namespace tti_test {
+namespace tti::test {
 namespace {
 
 namespace texts = qel::tcp_traffic_interceptor::handler_texts;
@@ -131,4 +131,4 @@ TEST_F(EventsTest, UnknownClientNamelessCertificate_NoUserFieldsAllCertificateFi
 }
 
 }  // namespace
-}  // namespace tti_test
+}  // namespace tti::test

@@ -14,6 +14,8 @@ struct IProcess;
 namespace crypto {
 
 // The engine's question for the parents of a certificate (CertificateManager, first interface).
+// Not qel::ITrustedCertificatesProvider (plural): that one is the host's service the manager asks
+// for the product's own certificates. Both names are fixed by the ABI and stay as they are.
 struct ITrustedCertificateProvider : orv::IObject {
   static constexpr uint32_t kIid = 0xd857bcb9;
   // Slot 3: 0 with the candidates replacing `parents`, 1 with `parents` emptied when there is

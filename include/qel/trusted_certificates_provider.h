@@ -8,7 +8,9 @@
 
 namespace qel {
 
-// The product's own trusted certificates, served by the host.
+// The product's own trusted certificates, served by the host. Not
+// crypto::ITrustedCertificateProvider (singular): that one is the module's answer to the engine.
+// Both names are fixed by the ABI.
 struct ITrustedCertificatesProvider : orv::IObject {
   static constexpr uint32_t kIid = 0x4d4860bf;
   // Slot 3: appends the DER bytes of every certificate whose subject, printed in the RFC 2253 form

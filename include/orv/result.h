@@ -39,6 +39,20 @@ constexpr result_t kExceptionHasNoResult = MakeResult(0x80000151u);
 constexpr result_t kExceptionWithSuccess = MakeResult(0x80000152u);
 constexpr result_t kUnspecifiedPlatformError = MakeResult(0x80010100u);
 constexpr result_t kSymbolNotFound = MakeResult(0x80010107u);
+// Further codes the product returns, named after their texts in GetResultText's tables.
+constexpr result_t kBufferTooSmall = MakeResult(0x80000044u);        // "Buffer too small"
+constexpr result_t kLocked = MakeResult(0x8000004fu);                // "Locked"
+constexpr result_t kMediaError = MakeResult(0x80000059u);            // "Media error"
+constexpr result_t kInvalidType = MakeResult(0x8000005du);           // "Invalid type"
+constexpr result_t kOutOfSpace = MakeResult(0x80000062u);            // "Out of space"
+constexpr result_t kMoreThan = MakeResult(0x80000065u);              // "More than"
+constexpr result_t kInvalidState = MakeResult(0x8000006au);          // "Invalid state"
+constexpr result_t kFileTooBig = MakeResult(0x80000078u);            // "File is too big"
+constexpr result_t kInvalidHandle = MakeResult(0x80010101u);         // "Invalid handle"
+constexpr result_t kFileNotFound = MakeResult(0x80010102u);          // "File not found"
+constexpr result_t kPathNotFound = MakeResult(0x80010103u);          // "Path not found"
+constexpr result_t kAlreadyExists = MakeResult(0x80010105u);         // "Already exists"
+constexpr result_t kSystemImageBadFormat = MakeResult(0x80010117u);  // "System image bad format"
 // Not in the module's tables: the service manager's "the revision has moved on".
 constexpr result_t kRevisionMovedOn = MakeResult(0xa6430004u);
 }  // namespace errors

@@ -5,43 +5,43 @@ namespace orv {
 result_t ResultFromErrno(uint32_t error) noexcept {
   switch (error) {
     case 0:
-      return 0;
+      return errors::kOk;
     case 1:   // EPERM
     case 13:  // EACCES
-      return MakeResult(0x80000045);
+      return errors::kAccessDenied;
     case 2:  // ENOENT
-      return MakeResult(0x80010102);
+      return errors::kFileNotFound;
     case 5:  // EIO
-      return MakeResult(0x80000059);
+      return errors::kMediaError;
     case 8:  // ENOEXEC
-      return MakeResult(0x80010117);
+      return errors::kSystemImageBadFormat;
     case 9:  // EBADF
-      return MakeResult(0x80010101);
+      return errors::kInvalidHandle;
     case 12:  // ENOMEM
-      return MakeResult(0x80000041);
+      return errors::kOutOfMemory;
     case 16:  // EBUSY
     case 26:  // ETXTBSY
-      return MakeResult(0x8000004f);
+      return errors::kLocked;
     case 17:  // EEXIST
-      return MakeResult(0x80010105);
+      return errors::kAlreadyExists;
     case 20:  // ENOTDIR
-      return MakeResult(0x80010103);
+      return errors::kPathNotFound;
     case 22:  // EINVAL
-      return MakeResult(0x80000046);
+      return errors::kInvalidArgument;
     case 27:  // EFBIG
-      return MakeResult(0x80000078);
+      return errors::kFileTooBig;
     case 28:  // ENOSPC
-      return MakeResult(0x80000062);
+      return errors::kOutOfSpace;
     case 36:  // ENAMETOOLONG
-      return MakeResult(0x8000005c);
+      return errors::kInvalidSize;
     case 40:  // ELOOP
-      return MakeResult(0x8000006a);
+      return errors::kInvalidState;
     case 75:  // EOVERFLOW
-      return MakeResult(0x80000044);
+      return errors::kBufferTooSmall;
     case 65535:  // the module loader's marker for a missing symbol
-      return MakeResult(0x80010107);
+      return errors::kSymbolNotFound;
     default:
-      return error <= 65535 ? MakeResult(0x80060000u + error) : MakeResult(0x80010100);
+      return error <= 65535 ? MakeResult(0x80060000u + error) : errors::kUnspecifiedPlatformError;
   }
 }
 

@@ -1,5 +1,6 @@
 #include "text_conversion.h"
 
+#include <stdexcept>
 #include <typeinfo>
 
 namespace orv {
@@ -42,6 +43,24 @@ std::string Utf16ToUtf8(std::u16string_view text) {
   return result;
 }
 
+std::u16string Utf8ToUtf16(std::string_view text) {
+  std::u16string result;
+  for (size_t i = 0; i < text.size();) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const size_t length = byte < 0x80 ? 1 : byte < 0xe0 ? 2 : byte < 0xf0 ? 3 : 4;
+    if (i + length > text.size()) {
+      throw std::runtime_error("cut UTF-8 sequence");
+    }
+    char32_t codePoint = length == 1 ? byte : byte & (0x7f >> length);
+    for (size_t k = 1; k < length; ++k) {
+      codePoint = (codePoint << 6) | (static_cast<unsigned char>(text[i + k]) & 0x3f);
+    }
+    AppendUtf32AsUtf16(std::u32string_view(&codePoint, 1), result);
+    i += length;
+  }
+  return result;
+}
+
 void AppendUtf32AsUtf16(std::u32string_view text, std::u16string& target) {
   for (char32_t codePoint : text) {
     if (codePoint > 0x10ffff) {
@@ -55,6 +74,15 @@ void AppendUtf32AsUtf16(std::u32string_view text, std::u16string& target) {
       target.push_back(static_cast<char16_t>(codePoint));
     }
   }
+}
+
+std::u16string WidenBytes(std::string_view text) {
+  std::u16string result;
+  result.reserve(text.size());
+  for (const char byte : text) {
+    result.push_back(static_cast<unsigned char>(byte));
+  }
+  return result;
 }
 
 }  // namespace orv

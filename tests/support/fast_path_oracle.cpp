@@ -61,8 +61,7 @@ std::string CompareCertificatePaths(const uint8_t* data, size_t size) {
   auto& cache = stores::CertificateParseCache::Shared();
   const auto first = cache.Get(data, size);
   const auto facts = cache.Get(data, size);
-  const unsigned char* cursor = data;
-  const stores::X509Ptr x509(d2i_X509(nullptr, &cursor, static_cast<long>(size)));
+  const stores::X509Ptr x509 = stores::ParseDer(data, size);
   if (first->parsed != (x509 != nullptr) || facts->parsed != (x509 != nullptr)) {
     return "parsed";
   }

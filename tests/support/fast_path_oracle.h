@@ -11,7 +11,7 @@
 namespace tti::test {
 
 // The remembered facts (a first sight and a second) and the PEM written without a parse, against
-// d2i_X509, the name and hash functions, GetIssuerText and RawToPem on the same bytes.
+// ParseDer (d2i_X509), the name and hash functions, GetIssuerText and RawToPem on the same bytes.
 std::string CompareCertificatePaths(const uint8_t* data, size_t size);
 
 // PageTemplate::Render against boost::algorithm::replace_all of each done slot in turn.

@@ -4,10 +4,10 @@
 
 namespace qel::tools::accounts {
 
-// The account data of the machine. Tests put other files here in a private mount namespace.
+// The account data of the machine (the login records are product::kUtmpPath). Tests put other
+// files here in a private mount namespace.
 constexpr const char* kPasswdPath = "/etc/passwd";
 constexpr const char* kLoginDefsPath = "/etc/login.defs";
-constexpr const char* kUtmpPath = "/var/run/utmp";
 
 constexpr const char* kUidMinKey = "UID_MIN";
 constexpr uint64_t kDefaultUidMin = 1000;

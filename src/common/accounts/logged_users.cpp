@@ -6,6 +6,7 @@
 #include <set>
 
 #include "account_paths.h"
+#include "product/product_paths.h"
 #include "qel/tools/accounts.h"
 #include "user_entry.h"
 
@@ -37,7 +38,7 @@ result_t ReadLoggedNames(const char* path, std::set<std::string>& names) {
 result_t GetLoggedUsers(const UserGroupInfo& groups, std::vector<QelUser>& users) {
   users.clear();
   std::set<std::string> names;
-  const result_t result = ReadLoggedNames(accounts::kUtmpPath, names);
+  const result_t result = ReadLoggedNames(product::kUtmpPath, names);
   if (ORV_FAILED(result)) {
     return result;
   }

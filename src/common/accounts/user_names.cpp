@@ -7,6 +7,7 @@
 #include "account_paths.h"
 #include "orv/check.h"
 #include "qel/tools/accounts.h"
+#include "text_conversion.h"
 
 namespace qel::tools {
 namespace {
@@ -15,15 +16,6 @@ namespace {
 // name" (EPERM, ENOENT, ESRCH, EBADF are what the name services give for that).
 bool IsPlainAbsence(int error) {
   return error == 0 || error == EPERM || error == ENOENT || error == ESRCH || error == EBADF;
-}
-
-// Account names are ASCII or UTF-8; each byte is widened as it is.
-orv::types::string16_t Widen(const std::string& name) {
-  orv::types::string16_t wide;
-  for (const char character : name) {
-    wide.push_back(static_cast<unsigned char>(character));
-  }
-  return wide;
 }
 
 }  // namespace
@@ -69,7 +61,7 @@ result_t GetUserInfo(uint32_t uid, UserInfo& info) {
   if (ORV_FAILED(GetUserName(uid, name))) {
     return orv::errors::kUnspecified;
   }
-  info.name = Widen(name);
+  info.name = orv::types::string16_t(orv::WidenBytes(name));
   info.uid = uid;
   return orv::errors::kOk;
 }

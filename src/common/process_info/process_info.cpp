@@ -10,6 +10,7 @@
 #include "orv/intrusive_ptr.h"
 #include "orv/service.h"
 #include "orv/trace_stream.h"
+#include "text_conversion.h"
 
 namespace qel::tools {
 namespace {
@@ -31,15 +32,6 @@ bool FindUserName(uint32_t uid, std::string& name) {
   }
   name = found->pw_name;
   return true;
-}
-
-// Account names are ASCII or UTF-8; each byte outside ASCII is widened as it is.
-orv::types::string16_t Widen(const std::string& name) {
-  orv::types::string16_t wide;
-  for (const char character : name) {
-    wide.push_back(static_cast<unsigned char>(character));
-  }
-  return wide;
 }
 
 }  // namespace
@@ -104,7 +96,7 @@ orv::optional_t<UserInfo> GetUserByPid(orv::IServiceLocator* sl, int32_t pid) {
   }
   UserInfo user;
   user.uid = info.uid;
-  user.name = Widen(name);
+  user.name = orv::types::string16_t(orv::WidenBytes(name));
   return orv::optional_t<UserInfo>(user);
 }
 

@@ -9,6 +9,7 @@
 
 #include <openssl/x509.h>
 
+#include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/conversions/openssl_types.h"
 #include "certificate_file.h"
 #include "crypto/trusted_certificate_provider.h"
@@ -29,8 +30,7 @@ using nlohmann::json;
 std::string ResultText(result_t result) { return Hex(static_cast<uint32_t>(result)); }
 
 std::string Subject(const std::vector<uint8_t>& der) {
-  const unsigned char* cursor = der.data();
-  const stores::X509Ptr parsed(d2i_X509(nullptr, &cursor, static_cast<long>(der.size())));
+  const stores::X509Ptr parsed = stores::ParseDer(der);
   if (!parsed) {
     return "(not a certificate)";
   }

@@ -69,17 +69,19 @@ Contents ReadDer(const std::vector<uint8_t>& bytes) {
   const unsigned char* cursor = bytes.data();
   const unsigned char* const end = bytes.data() + bytes.size();
   while (cursor != end) {
-    const unsigned char* start = cursor;
-    const stores::X509Ptr parsed(d2i_X509(nullptr, &cursor, end - cursor));
+    size_t used = 0;
+    const stores::X509Ptr parsed =
+        stores::ParseDer(cursor, static_cast<size_t>(end - cursor), &used);
     if (!parsed) {
-      const size_t rest = static_cast<size_t>(end - start);
+      const size_t rest = static_cast<size_t>(end - cursor);
       if (!contents.certificates.empty()) {
         contents.problem = Count(contents.certificates.size(), "certificate") + " followed by " +
                            Count(rest, "byte");
       }
       return contents;
     }
-    contents.certificates.emplace_back(start, cursor);
+    contents.certificates.emplace_back(cursor, cursor + used);
+    cursor += used;
   }
   return contents;
 }

@@ -11,6 +11,7 @@
 #include "host/host_object.h"
 #include "host/module_loader.h"
 #include "host/stderr_tracer.h"
+#include "product/product_paths.h"
 #include "product_tree.h"
 #include "subcommands.h"
 
@@ -38,9 +39,11 @@ int main(int argc, char** argv) {
                  "Highest trace level written to standard error (300, 500, 800)")
       ->capture_default_str();
   std::string productTree;
-  app.add_option("--product-tree", productTree,
-                 "Bind DIR at /opt/morvane/tolm in a private mount namespace (root); default: the "
-                 "build's staged tree when /opt/morvane/tolm does not exist");
+  app.add_option(
+      "--product-tree", productTree,
+      std::string("Bind DIR at ") + qel::product::kProductTree +
+          " in a private mount namespace (root); default: the build's staged tree when " +
+          qel::product::kProductTree + " does not exist");
   app.require_subcommand(1);
 
   std::vector<std::pair<CLI::App*, module_host::CommandRun>> commands;

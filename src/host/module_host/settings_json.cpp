@@ -6,66 +6,13 @@
 #include <string>
 #include <type_traits>
 
+#include "text_conversion.h"
+
 namespace module_host {
 namespace {
 
 namespace tm = ::traffic_processing::traffic_monitor;
 using nlohmann::json;
-
-// UTF-16 to UTF-8; a lone surrogate becomes U+FFFD.
-std::string Utf8(std::u16string_view text) {
-  std::string out;
-  for (size_t i = 0; i < text.size(); ++i) {
-    char32_t c = text[i];
-    if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
-        text[i + 1] < 0xE000) {
-      c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
-    } else if (c >= 0xD800 && c < 0xE000) {
-      c = 0xFFFD;
-    }
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xE0 | (c >> 12));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (c >> 18));
-      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-  return out;
-}
-
-// UTF-8 (as nlohmann's parser has already checked it) to UTF-16.
-std::u16string Utf16(std::string_view text) {
-  std::u16string out;
-  for (size_t i = 0; i < text.size();) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    const size_t length = byte < 0x80 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
-    if (i + length > text.size()) {
-      throw std::runtime_error("cut UTF-8 sequence");
-    }
-    char32_t c = length == 1 ? byte : byte & (0x7F >> length);
-    for (size_t k = 1; k < length; ++k) {
-      c = (c << 6) | (static_cast<unsigned char>(text[i + k]) & 0x3F);
-    }
-    if (c > 0xFFFF) {
-      c -= 0x10000;
-      out += static_cast<char16_t>(0xD800 + (c >> 10));
-      out += static_cast<char16_t>(0xDC00 + (c & 0x3FF));
-    } else {
-      out += static_cast<char16_t>(c);
-    }
-    i += length;
-  }
-  return out;
-}
 
 std::string Text(const orv::types::string8_t& text) { return std::string(text.view()); }
 
@@ -208,7 +155,7 @@ json ToJson(const qel::settings::NetSettings& settings) {
 json ToJson(const qel::settings::TrustedAddresses& addresses) {
   json list = json::array();
   for (const orv::types::string16_t& address : addresses.addresses) {
-    list.push_back(Utf8(address.view()));
+    list.push_back(orv::Utf16ToUtf8(address.view()));
   }
   return {{"addresses", list}, {"UseTrustedAddresses", addresses.UseTrustedAddresses}};
 }
@@ -216,8 +163,9 @@ json ToJson(const qel::settings::TrustedAddresses& addresses) {
 json EngineToJson(const tm::pdkSettings& record) {
   json ports = json::array();
   for (const tm::InterceptedPort& port : record.ports) {
-    ports.push_back(
-        {{"enabled", port.enabled}, {"name", Utf8(port.name.view())}, {"port", port.port}});
+    ports.push_back({{"enabled", port.enabled},
+                     {"name", orv::Utf16ToUtf8(port.name.view())},
+                     {"port", port.port}});
   }
   return {{"monitorAllPorts", record.monitorAllPorts}, {"ports", ports}};
 }
@@ -256,7 +204,8 @@ qel::settings::TrustedAddresses TrustedAddressesFromJson(const json& json) {
   Read(Object(json, ""), "", "UseTrustedAddresses", addresses.UseTrustedAddresses);
   if (const auto list = json.find("addresses"); list != json.end()) {
     ForEach(*list, "addresses", [&](const nlohmann::json& entry, const std::string& at) {
-      addresses.addresses.push_back(orv::types::string16_t(Utf16(As<std::string>(entry, at))));
+      addresses.addresses.push_back(
+          orv::types::string16_t(orv::Utf8ToUtf16(As<std::string>(entry, at))));
     });
   }
   return addresses;

@@ -17,6 +17,7 @@
 #include <openssl/x509.h>
 
 #include "cert_stores/conversions/openssl_types.h"
+#include "product/product_paths.h"
 #include "sandbox/mount_namespace.h"
 
 namespace host::sandbox {
@@ -68,7 +69,7 @@ void BuildMachine(StoreLayout layout, const std::vector<Account>& accounts) {
   MountTmpfs("/home");
   MountTmpfs("/root");
   MountTmpfs("/var/run");
-  WriteTextFile("/var/run/utmp", "");
+  WriteTextFile(qel::product::kUtmpPath, "");
   MountProductTree();
   WriteAccounts(accounts);
 }
@@ -127,7 +128,7 @@ size_t CountOf(const std::vector<std::vector<uint8_t>>& list, const std::vector<
 }
 
 void LogIn(const std::string& user, int index, short type) {
-  if (utmpname("/var/run/utmp") != 0) {
+  if (utmpname(qel::product::kUtmpPath) != 0) {
     throw std::runtime_error("utmpname");
   }
   utmp record{};

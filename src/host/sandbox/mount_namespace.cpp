@@ -13,6 +13,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "product/product_paths.h"
 #include "qel/tools/unique_fd.h"
 
 namespace host::sandbox {
@@ -60,10 +61,10 @@ void MountProductTree() {
   if (binaryDir == nullptr) {
     throw std::runtime_error("TTI_BINARY_DIR is not set");
   }
-  const std::string staged = std::string(binaryDir) + "/opt/morvane/tolm";
+  const std::string staged = std::string(binaryDir) + qel::product::kProductTree;
   MountTmpfs("/opt");
-  MakeDirectories("/opt/morvane/tolm");
-  BindReadOnly(staged, "/opt/morvane/tolm");
+  MakeDirectories(qel::product::kProductTree);
+  BindReadOnly(staged, qel::product::kProductTree);
 }
 
 void MakeReadOnly(const std::string& path) { BindReadOnly(path, path); }

@@ -4,8 +4,12 @@
 
 #include <iterator>
 
+#include "qel/enums/file_modification_type.h"
+
 namespace host {
 namespace {
+
+namespace type = qel::FileModificationType;
 
 struct TypeOfBits {
   uint32_t bits;
@@ -15,14 +19,18 @@ struct TypeOfBits {
 // Checked in this order: an event carries one of these bits, but the order decides when it
 // carries more.
 constexpr TypeOfBits kTypes[] = {
-    {IN_CREATE, 7},      {IN_DELETE | IN_DELETE_SELF, 8},
-    {IN_MOVED_TO, 11},   {IN_MOVED_FROM, 10},
-    {IN_MOVE_SELF, 9},   {IN_MODIFY, 6},
-    {IN_CLOSE_WRITE, 4}, {IN_CLOSE_NOWRITE, 5},
-    {IN_ATTRIB, 3},      {IN_OPEN, 12},
-    {IN_ACCESS, 2},
+    {IN_CREATE, type::ObjectCreated},
+    {IN_DELETE | IN_DELETE_SELF, type::ObjectDeleted},
+    {IN_MOVED_TO, type::ObjectMovedTo},
+    {IN_MOVED_FROM, type::ObjectMovedFrom},
+    {IN_MOVE_SELF, type::ObjectMoved},
+    {IN_MODIFY, type::ObjectContentChanged},
+    {IN_CLOSE_WRITE, type::ObjectClosedAfterWrite},
+    {IN_CLOSE_NOWRITE, type::ObjectClosedWithoutWrite},
+    {IN_ATTRIB, type::ObjectAttributesChanged},
+    {IN_OPEN, type::ObjectOpened},
+    {IN_ACCESS, type::ObjectAccessed},
 };
-constexpr uint32_t kUnknown = 14;
 
 }  // namespace
 
@@ -32,7 +40,7 @@ uint32_t InotifyEventType(uint32_t mask) {
       return entry.type;
     }
   }
-  return kUnknown;
+  return type::Unknown;
 }
 
 }  // namespace host

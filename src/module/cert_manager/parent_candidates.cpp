@@ -21,9 +21,7 @@ constexpr uint32_t kDetail = orv::trace_level::kDetail;
 result_t CertificateManagerImpl::FindParentCertificatesOfParsed(
     const const_blob_range_t& certificate,
     orv::types::vector_t<orv::types::vector_t<unsigned char>>& parents) {
-  const unsigned char* cursor = certificate.begin;
-  const cert_stores::X509Ptr parsed(
-      d2i_X509(nullptr, &cursor, static_cast<long>(certificate.size())));
+  const cert_stores::X509Ptr parsed = cert_stores::ParseDer(certificate.begin, certificate.size());
   if (!parsed) {
     return orv::errors::kInvalidArgument;
   }

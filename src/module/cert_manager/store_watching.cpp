@@ -7,6 +7,8 @@
 #include "cert_manager/current_accounts.h"
 #include "cert_manager/watch_constants.h"
 #include "orv/trace_stream.h"
+#include "product/product_paths.h"
+#include "qel/enums/file_modification_type.h"
 #include "qel/tools/files.h"
 
 namespace qel::tcp_traffic_interceptor {
@@ -21,6 +23,10 @@ constexpr const char* kOnEventSignature =
 constexpr const char* kNewHomeSource =
     "qel::tcp_traffic_interceptor::CertificateManagerImpl::OnEvent(const "
     "qel::InotifyEvent&)::<lambda(const auto:7&)> [with auto:7 = qel::QelUser]";
+constexpr const char* kSubscribeLoginsText =
+    "m_eventsProvider->Subscribe(this, UtmpPath, 0x00000002)";
+constexpr const char* kSubscribeDirectoryText =
+    "m_eventsProvider->Subscribe(this, path, 0x00000100)";
 constexpr const char* kSubscribeStoreText =
     "m_eventsProvider->Subscribe(this, info.path, configFlags)";
 
@@ -31,18 +37,16 @@ orv::types::string8_t ToString8(std::string_view text) {
 }  // namespace
 
 result_t CertificateManagerImpl::SubscribeToEvents() {
-  if (const result_t result =
-          ORV_TRACE_IF_FAILED(GetTracer(), m_eventsProvider->Subscribe(this, UtmpPath, 0x00000002));
-      ORV_FAILED(result)) {
-    return result;
+  const result_t logins = m_eventsProvider->Subscribe(this, product::kUtmpPath, kUtmpFlags);
+  if (ORV_FAILED(QEL_CERT_TRACE_IF_FAILED_AS(GetTracer(), logins, kSubscribeLoginsText))) {
+    return logins;
   }
   // Directories that do not exist yet are in the list; the provider watches for them to appear.
   for (const cert_stores::NativePath& directory : cert_stores::GetWatchDirectories()) {
     ORV_TRACE(GetTracer(), kDetail) << "watch " << directory;
     const orv::types::string8_t path = ToString8(directory);
-    if (const result_t result =
-            ORV_TRACE_IF_FAILED(GetTracer(), m_eventsProvider->Subscribe(this, path, 0x00000100));
-        ORV_FAILED(result)) {
+    const result_t result = m_eventsProvider->Subscribe(this, path, kWatchDirectoryFlags);
+    if (ORV_FAILED(QEL_CERT_TRACE_IF_FAILED_AS(GetTracer(), result, kSubscribeDirectoryText))) {
       return result;
     }
   }
@@ -68,12 +72,12 @@ result_t CertificateManagerImpl::SubscribeToEvents() {
 }
 
 result_t CertificateManagerImpl::OnEvent(const InotifyEvent& event) {
-  if (event.name.view() == std::string_view(UtmpPath)) {
+  if (event.name.view() == std::string_view(product::kUtmpPath)) {
     return OnLoginsChanged(event);
   }
   const std::string path(event.name.view());
   orv::MutexLock lock(m_storeMutex);
-  if (event.type == kObjectCreated &&
+  if (event.type == FileModificationType::ObjectCreated &&
       tools::LastPathComponent(path) == cert_stores::kNss3DatabaseName) {
     if (cert_stores::Nss3Storage storage;
         ORV_SUCCEEDED(cert_stores::MakeNss3Storage(path, storage))) {

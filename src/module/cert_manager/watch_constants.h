@@ -1,19 +1,17 @@
 #pragma once
 
+#include <sys/inotify.h>
+
 #include <cstdint>
 
 namespace qel::tcp_traffic_interceptor {
 
-// The login records: a change means a session began or ended, and maybe a new home appeared.
-constexpr const char* UtmpPath = "/var/run/utmp";
-
-// inotify bits asked of the host's provider.
-constexpr uint32_t kUtmpFlags = 0x00000002;            // IN_MODIFY
-constexpr uint32_t kWatchDirectoryFlags = 0x00000100;  // IN_CREATE
-// IN_MODIFY, IN_MOVED_TO, IN_CREATE, IN_DELETE, IN_DELETE_SELF on every known store.
-constexpr uint32_t configFlags = 0x00000782;
-
-// The provider's FileModificationType of a created entry.
-constexpr uint32_t kObjectCreated = 7;
+// inotify bits asked of the host's provider. The login records (product::kUtmpPath): a change
+// means a session began or ended, and maybe a new home appeared.
+constexpr uint32_t kUtmpFlags = IN_MODIFY;
+// The folders where stores may appear: a new entry.
+constexpr uint32_t kWatchDirectoryFlags = IN_CREATE;
+// Every known store: a change, a replacement moved or made in its place, its removal.
+constexpr uint32_t configFlags = IN_MODIFY | IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_DELETE_SELF;
 
 }  // namespace qel::tcp_traffic_interceptor

@@ -5,8 +5,8 @@
 #include "orv/check.h"
 #include "orv/trace_stream.h"
 #include "qel/tools/process_info.h"
+#include "text_conversion.h"
 #include "trace_as.h"
-#include "utf16_text.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -139,7 +139,7 @@ result_t InvalidCertificateHandler::Process(const auto_excludes::AutoExcludeRequ
          "qel::tcp_traffic_interceptor::InvalidCertificateHandler::Process(const "
          "traffic_processing::protocollers::ssl::auto_excludes::AutoExcludeRequest&, "
          "traffic_processing::protocollers::ssl::auto_excludes::AutoExcludeVerdict&): "
-      << Utf16ToUtf8(request.domain.view());
+      << orv::Utf16ToUtf8(request.domain.view());
   if (!CopySettings().addToAutoExcludes) {
     verdict = auto_excludes::AutoExcludeVerdict::NotExcluded;
     return orv::errors::kOk;

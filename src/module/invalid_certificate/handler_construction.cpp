@@ -6,6 +6,7 @@
 #include "orv/check.h"
 #include "orv/service.h"
 #include "orv/trace_stream.h"
+#include "product/product_paths.h"
 #include "qel/tools/files.h"
 #include "template_path.h"
 #include "trace_as.h"
@@ -18,7 +19,7 @@ constexpr uint32_t kDetail = orv::trace_level::kDetail;
 // The template's path, joined once per process: a separator only where the directory lacks one.
 const tools::NativePath& HtmlTemplatePath() {
   static const tools::NativePath path = [] {
-    tools::NativePath joined(kHtmlTemplateDirectory);
+    tools::NativePath joined(product::kHtmlTemplateDirectory);
     if (joined.empty() || joined.back() != '/') {
       joined += '/';
     }

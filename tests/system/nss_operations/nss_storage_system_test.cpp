@@ -14,6 +14,7 @@
 
 #include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/nss/nss3_storage.h"
+#include "product/product_paths.h"
 #include "qel/tools/unique_fd.h"
 #include "support/cert_factory.h"
 #include "support/namespace_sandbox.h"
@@ -44,7 +45,7 @@ std::vector<std::string> Names(const std::vector<Certificate>& certificates) {
 void ReplaceHelper(const std::string& script, mode_t mode = 0755) {
   tti::test::MountTmpfs(kLibexec);
   if (!script.empty()) {
-    WriteTextFile(kCertManagerPath, "#!/bin/sh\n" + script, mode);
+    WriteTextFile(product::kCertManagerPath, "#!/bin/sh\n" + script, mode);
   }
 }
 
@@ -75,8 +76,8 @@ Starts RecordedStarts() {
 // The helper's argument vector for `operation` on the database in `directory`.
 std::vector<std::string> Start(const std::string& operation, const std::string& directory,
                                const std::vector<Certificate>& certificates) {
-  return {kCertManagerPath,        operation,    "--nss3-path",
-          directory + "/cert9.db", "--certlist", MakeCertList(certificates)};
+  return {product::kCertManagerPath, operation,    "--nss3-path",
+          directory + "/cert9.db",   "--certlist", MakeCertList(certificates)};
 }
 
 // A write lock over the whole of a file, as a writer of an SQLite database holds it. An open file

@@ -24,13 +24,22 @@ BioPtr MemoryBufferOver(const void* data, size_t size) {
 
 }  // namespace
 
+X509Ptr ParseDer(const uint8_t* data, size_t size, size_t* used) {
+  const unsigned char* cursor = data;
+  X509Ptr certificate(d2i_X509(nullptr, &cursor, static_cast<long>(size)));
+  if (used != nullptr) {
+    *used = static_cast<size_t>(cursor - data);
+  }
+  return certificate;
+}
+
 bool IsOneDerCertificate(const RawCert& raw) {
   if (raw.empty()) {
     return false;
   }
-  const unsigned char* cursor = raw.data();
-  const X509Ptr certificate(d2i_X509(nullptr, &cursor, static_cast<long>(raw.size())));
-  return certificate && cursor == raw.data() + raw.size();
+  size_t used = 0;
+  const X509Ptr certificate = ParseDer(raw.data(), raw.size(), &used);
+  return certificate && used == raw.size();
 }
 
 result_t CheckOneCertificateEach(const std::vector<Certificate>& certificates) {
@@ -44,11 +53,7 @@ result_t RawToPem(const RawCert& raw, std::vector<uint8_t>& pem) {
   if (raw.empty()) {
     return kFailed;
   }
-  BioPtr input = MemoryBufferOver(raw.data(), raw.size());
-  if (!input) {
-    return kFailed;
-  }
-  X509Ptr certificate(d2i_X509_bio(input.get(), nullptr));
+  const X509Ptr certificate = ParseDer(raw);
   if (!certificate) {
     return kFailed;
   }
@@ -87,8 +92,7 @@ result_t X509ToRaw(const X509* certificate, RawCert& raw) {
 }
 
 result_t GetSubjectHash(const RawCert& raw, uint64_t& hash) {
-  const uint8_t* cursor = raw.data();
-  X509Ptr certificate(d2i_X509(nullptr, &cursor, static_cast<long>(raw.size())));
+  const X509Ptr certificate = ParseDer(raw);
   if (!certificate) {
     return kFailed;
   }

@@ -8,15 +8,22 @@
 #include <vector>
 
 #include "cert_stores/conversions/certificate.h"
+#include "cert_stores/conversions/openssl_types.h"
 #include "orv/result.h"
 
 namespace qel::tcp_traffic_interceptor::cert_stores {
 
 // What a store answers for bytes it cannot hold as one certificate ("Invalid type"); the store is
 // left untouched.
-constexpr result_t kNotOneCertificate = orv::MakeResult(0x8000005du);
+constexpr result_t kNotOneCertificate = orv::errors::kInvalidType;
 
-// Whether `raw` is exactly one DER certificate: not empty, and d2i_X509 takes every byte. Empty
+// The certificate whose DER begins at `data` (at most `size` bytes are read), owned; null when the
+// bytes do not begin with one. `used`, when given, gets how many bytes the certificate took. This
+// is the one d2i_X509 of the product: every reader of DER certificates parses through it.
+X509Ptr ParseDer(const uint8_t* data, size_t size, size_t* used = nullptr);
+inline X509Ptr ParseDer(const RawCert& raw) { return ParseDer(raw.data(), raw.size()); }
+
+// Whether `raw` is exactly one DER certificate: not empty, and ParseDer takes every byte. Empty
 // bytes, a cut certificate, bytes after one, two in a row, a request or a key are not.
 bool IsOneDerCertificate(const RawCert& raw);
 // 0 when every item is one DER certificate, otherwise kNotOneCertificate. Every store asks this

@@ -12,6 +12,7 @@
 #include "cert_stores/nss/database_files.h"
 #include "cert_stores/nss/nss_context.h"
 #include "cert_stores/nss/nss_types.h"
+#include "product/product_paths.h"
 #include "qel/tools/process_runner.h"
 
 namespace qel::tcp_traffic_interceptor::cert_stores {
@@ -104,10 +105,15 @@ result_t RunHelper(const char* action, const NativePath& storePath,
     return orv::errors::kInvalidArgument;
   }
   const std::string list = MakeCertList(certificates);
-  const char* const args[] = {kCertManagerPath, action,       "--nss3-path", storePath.c_str(),
-                              "--certlist",     list.c_str(), nullptr};
+  const char* const args[] = {product::kCertManagerPath,
+                              action,
+                              "--nss3-path",
+                              storePath.c_str(),
+                              "--certlist",
+                              list.c_str(),
+                              nullptr};
   tools::ProcessOptions options;
-  options.path = kCertManagerPath;
+  options.path = product::kCertManagerPath;
   options.args = args;
   options.limits = HelperLimits();
   options.timeoutMs = kCertManagerTimeLimitMs;

@@ -46,8 +46,6 @@ inline bool operator==(const Nss3Storage& left, const Nss3Storage& right) {
 // The file name of a database and the system database's directory.
 constexpr const char* kNss3DatabaseName = "cert9.db";
 constexpr const char* kSystemNss3Path = "/etc/pki/nssdb/";
-// Where the module starts the helper that writes databases.
-constexpr const char* kCertManagerPath = "/opt/morvane/tolm/libexec/cert-manager";
 // A helper run still going after this long is stopped (SIGTERM to its process group, SIGKILL
 // after the runner's grace) and the store fails with 0x8000004b: one database on a hung file
 // system must not hold an install, and every lookup waiting on it, for ever.

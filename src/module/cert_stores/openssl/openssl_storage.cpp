@@ -18,9 +18,6 @@ namespace {
 
 namespace fs = boost::filesystem;
 
-constexpr result_t kFileNotFound = orv::MakeResult(0x80010102u);
-constexpr result_t kPathNotFound = orv::MakeResult(0x80010103u);
-constexpr result_t kMoreThan = orv::MakeResult(0x80000065u);
 constexpr unsigned kHashIndexLimit = 65535;
 
 NativePath Join(std::string_view directory, std::string_view name) {
@@ -40,7 +37,8 @@ bool UpdateToolPresent() {
 
 // lstat says nothing is there: the place is free.
 bool IsFree(result_t lstatResult) {
-  return lstatResult == kFileNotFound || lstatResult == kPathNotFound || lstatResult == 1;
+  return lstatResult == orv::errors::kFileNotFound || lstatResult == orv::errors::kPathNotFound ||
+         lstatResult == orv::errors::kFalse;
 }
 
 std::optional<std::string> ReadLinkText(const NativePath& path) {
@@ -260,7 +258,7 @@ result_t OpenSslStorage::FindFreeHashLink(const Certificate& certificate, Native
       return orv::errors::kOk;
     }
   }
-  return kMoreThan;
+  return orv::errors::kMoreThan;
 }
 
 result_t OpenSslStorage::FindHashLink(const Certificate& certificate, NativePath& path) const {
@@ -282,7 +280,7 @@ result_t OpenSslStorage::FindHashLink(const Certificate& certificate, NativePath
       return orv::errors::kOk;
     }
   }
-  return kFileNotFound;
+  return orv::errors::kFileNotFound;
 }
 
 result_t OpenSslStorage::CreateSymlink(const NativePath& target, const NativePath& link,

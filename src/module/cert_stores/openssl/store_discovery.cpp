@@ -57,7 +57,7 @@ result_t FindAnchorDirectory(NativePath& directory) {
       return orv::errors::kOk;
     }
   }
-  return orv::MakeResult(0x80010102u);
+  return orv::errors::kFileNotFound;
 }
 
 }  // namespace qel::tcp_traffic_interceptor::cert_stores

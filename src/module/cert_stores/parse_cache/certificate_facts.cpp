@@ -67,8 +67,7 @@ bool ReencodesToSameBytes(const X509* certificate, const uint8_t* data, size_t s
 
 CertificateFacts ReadCertificateFacts(const uint8_t* data, size_t size) {
   CertificateFacts facts;
-  const unsigned char* cursor = data;
-  const X509Ptr certificate(d2i_X509(nullptr, &cursor, static_cast<long>(size)));
+  const X509Ptr certificate = ParseDer(data, size);
   if (!certificate) {
     return facts;
   }

@@ -53,7 +53,7 @@ constexpr char kBundle[] = "/etc/ssl/certs/ca-certificates.crt";
 struct Setup {
   std::unique_ptr<host::LoadedModule> module;
   host::HostServices services;
-  orv::intrusive_ptr<cert_manager_test::RecordingInotifyProvider> inotify;
+  orv::intrusive_ptr<tti::test::RecordingInotifyProvider> inotify;
   orv::intrusive_ptr<ICertificateManager> manager;
   std::vector<Der> bundle;
 };
@@ -198,7 +198,7 @@ void BuildSetup(Setup& setup) {
                                                       "/bin/libtcp_traffic_interceptor.so");
   auto tracer = host::MakeObject<host::StderrTracer>(300);
   setup.services = host::HostServices::Create(tracer.get());
-  setup.inotify = host::MakeObject<cert_manager_test::RecordingInotifyProvider>();
+  setup.inotify = host::MakeObject<tti::test::RecordingInotifyProvider>();
   setup.services.locator->Add<qel::IInotifyEventsProvider>(setup.inotify.get());
   setup.manager = CreateManager(setup);
   if (!setup.manager) {

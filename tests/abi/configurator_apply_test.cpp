@@ -16,7 +16,7 @@ namespace {
 
 namespace tti = qel::tcp_traffic_interceptor;
 namespace tm = ::traffic_processing::traffic_monitor;
-using tti_test::ConfiguratorTest;
+using ::tti::test::ConfiguratorTest;
 
 qel::settings::EndpointExclude Exclude(const char* address, uint16_t port) {
   return qel::settings::EndpointExclude{orv::types::string8_t(address), port};

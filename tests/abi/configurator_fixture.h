@@ -10,7 +10,7 @@
 #include "qel/tcp_traffic_interceptor/tcp_interceptor_configurator.h"
 #include "support/module_fixture.h"
 
-namespace tti_test {
+namespace tti::test {
 
 // A TcpInterceptorConfigurator of the real module over fresh host services.
 class ConfiguratorTest : public ModuleTest {
@@ -45,4 +45,4 @@ class ConfiguratorTest : public ModuleTest {
   orv::intrusive_ptr<qel::tcp_traffic_interceptor::ITcpInterceptorConfigurator> configurator;
 };
 
-}  // namespace tti_test
+}  // namespace tti::test

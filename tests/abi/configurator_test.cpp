@@ -16,7 +16,7 @@ namespace {
 namespace tti = qel::tcp_traffic_interceptor;
 namespace tm = ::traffic_processing::traffic_monitor;
 namespace auto_excludes = ::traffic_processing::protocollers::ssl::auto_excludes;
-using tti_test::ConfiguratorTest;
+using ::tti::test::ConfiguratorTest;
 
 std::vector<std::u16string> Texts(const qel::ssl::Excludes& excludes) {
   std::vector<std::u16string> texts;

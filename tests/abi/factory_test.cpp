@@ -12,7 +12,7 @@
 
 namespace {
 
-using tti_test::ModuleTest;
+using tti::test::ModuleTest;
 
 constexpr uint32_t kRegistry = 0xdaa3b669;
 

@@ -17,7 +17,7 @@ namespace {
 namespace tti = qel::tcp_traffic_interceptor;
 namespace tm = ::traffic_processing::traffic_monitor;
 
-class NetworkPortsTest : public tti_test::ModuleTest {
+class NetworkPortsTest : public ::tti::test::ModuleTest {
  protected:
   void SetUp() override {
     ModuleTest::SetUp();

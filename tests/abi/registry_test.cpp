@@ -11,7 +11,7 @@
 namespace {
 
 using qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings;
-using tti_test::ModuleTest;
+using tti::test::ModuleTest;
 
 constexpr uint32_t kRegistry = 0xdaa3b669;
 constexpr uint32_t kSettingsId = 0x070de61f;

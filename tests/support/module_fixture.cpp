@@ -3,7 +3,7 @@
 #include <climits>
 #include <cstdlib>
 
-namespace tti_test {
+namespace tti::test {
 
 std::unique_ptr<host::LoadedModule> ModuleTest::s_module;
 
@@ -37,4 +37,4 @@ orv::intrusive_ptr<orv::IObjectFactory> ModuleTest::Factory(uint32_t classId) {
   return factory;
 }
 
-}  // namespace tti_test
+}  // namespace tti::test

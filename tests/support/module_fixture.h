@@ -12,7 +12,7 @@
 #include "orv/intrusive_ptr.h"
 #include "orv/object.h"
 
-namespace tti_test {
+namespace tti::test {
 
 // The built module: $TTI_BINARY_DIR/bin/libtcp_traffic_interceptor.so, or next to the test binary.
 std::string ModulePath();
@@ -53,4 +53,4 @@ class ModuleTest : public ::testing::Test {
   static std::unique_ptr<host::LoadedModule> s_module;
 };
 
-}  // namespace tti_test
+}  // namespace tti::test

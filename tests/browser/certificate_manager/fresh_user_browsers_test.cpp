@@ -13,7 +13,7 @@
 #include "support/local_https_server.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 namespace {
 
 constexpr uint32_t kUid = 1000;
@@ -35,7 +35,7 @@ class FreshUserBrowsersTest : public CertManagerTest {
  protected:
   // Builds the machine with one user whose home is empty and belongs to them.
   void BuildMachine() {
-    cert_manager_test::BuildMachine(StoreLayout::kDebian, {{"alice", kUid, kHome}});
+    tti::test::BuildMachine(StoreLayout::kDebian, {{"alice", kUid, kHome}});
     ASSERT_EQ(::chown(kHome, kUid, kUid), 0);
   }
 
@@ -107,4 +107,4 @@ TEST_F(FreshUserBrowsersTest, FirstStartAfterInstall_TheNewDatabaseGetsTheRootTh
 }
 
 }  // namespace
-}  // namespace cert_manager_test
+}  // namespace tti::test

@@ -11,7 +11,7 @@
 
 #include "support/scratch.h"
 
-namespace tti_test {
+namespace tti::test {
 namespace {
 
 std::string BinaryDir() { return std::getenv("TTI_BINARY_DIR"); }
@@ -93,4 +93,4 @@ std::string LeftOverMark(const std::string& page) {
   return mark.str();
 }
 
-}  // namespace tti_test
+}  // namespace tti::test

@@ -6,7 +6,7 @@
 
 #include "system/invalid_certificate/handler_fixture.h"
 
-namespace tti_test {
+namespace tti::test {
 
 // The handler's pages over the staged product tree (template and catalogues) in this test
 // process's mount namespace. SetUp creates the handler; the test reports certificates with Detect
@@ -39,4 +39,4 @@ std::string CatalogText(const std::string& key);
 // The first `%Name%` or `$Name$` left in `page`, or empty.
 std::string LeftOverMark(const std::string& page);
 
-}  // namespace tti_test
+}  // namespace tti::test

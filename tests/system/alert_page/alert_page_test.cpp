@@ -12,12 +12,8 @@
 #include "alert_page_fixture.h"
 #include "support/cert_factory.h"
 
-namespace tti_test {
+namespace tti::test {
 namespace {
-
-using tti::test::MakeRootCertificate;
-using tti::test::MakeServerCertificate;
-using tti::test::TestCertificate;
 
 size_t Count(const std::string& text, const std::string& part) {
   size_t count = 0;
@@ -261,4 +257,4 @@ INSTANTIATE_TEST_SUITE_P(
                       ProductCase{"1 = other\n", "7b3c8d00-7a6d-4291-bc54-7c8a3bfbdbfe"}));
 
 }  // namespace
-}  // namespace tti_test
+}  // namespace tti::test

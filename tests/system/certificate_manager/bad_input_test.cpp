@@ -15,7 +15,7 @@
 #include "support/clean_command.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 namespace {
 
 const char kKeystore[] = "/etc/ssl/certs/java/cacerts";
@@ -162,4 +162,4 @@ INSTANTIATE_TEST_SUITE_P(
     [](const ::testing::TestParamInfo<BadInput>& info) { return std::string(info.param.name); });
 
 }  // namespace
-}  // namespace cert_manager_test
+}  // namespace tti::test

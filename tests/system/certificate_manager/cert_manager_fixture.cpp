@@ -7,7 +7,7 @@
 #include "crypto/trusted_certificate_provider.h"
 #include "sandbox/mount_namespace.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 
 Tree Snapshot(const std::vector<std::string>& directories) {
   namespace fs = std::filesystem;
@@ -60,4 +60,4 @@ result_t CertManagerTest::FindParents(ICertificateManager* manager, const Der& c
   return result;
 }
 
-}  // namespace cert_manager_test
+}  // namespace tti::test

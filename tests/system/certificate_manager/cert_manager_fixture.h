@@ -18,7 +18,7 @@
 #include "support/scratch.h"
 #include "system/certificate_manager/recording_inotify_provider.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 
 using Der = std::vector<uint8_t>;
 using host::sandbox::Account;
@@ -29,9 +29,6 @@ using host::sandbox::MakeNssDatabase;
 using host::sandbox::NssCertificates;
 using host::sandbox::WriteAccounts;
 using qel::tcp_traffic_interceptor::ICertificateManager;
-using tti::test::RunInMountNamespace;
-using tti::test::StoreLayout;
-using tti::test::TestCertificate;
 
 // Every entry below each of `directories` (links not followed) with its content or link target.
 using Tree = std::map<std::string, std::string>;
@@ -47,7 +44,7 @@ void MoveInNssDatabase(const std::string& directory);
 // provider after RecordInotify) and the trusted certificates provider over `trustedFolder`. The
 // manager works on the fixed system paths, so every body runs in RunInMountNamespace over a
 // BuildMachine.
-class CertManagerTest : public tti_test::ModuleTest {
+class CertManagerTest : public tti::test::ModuleTest {
  protected:
   void SetUp() override;
 
@@ -79,4 +76,4 @@ class CertManagerTest : public tti_test::ModuleTest {
   orv::intrusive_ptr<RecordingInotifyProvider> inotify;
 };
 
-}  // namespace cert_manager_test
+}  // namespace tti::test

@@ -12,7 +12,7 @@
 #include "support/nss_test_db.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 namespace {
 
 const std::vector<Account> kAlice = {{"alice", 1000, "/home/alice"}};
@@ -279,4 +279,4 @@ TEST_F(CertManagerTest, ParallelCalls_SerialiseAndLeaveStoresConsistent) {
 }
 
 }  // namespace
-}  // namespace cert_manager_test
+}  // namespace tti::test

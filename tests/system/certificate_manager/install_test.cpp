@@ -10,7 +10,7 @@
 #include "support/local_https_server.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 namespace {
 
 const std::vector<Account> kUsers = {
@@ -218,4 +218,4 @@ TEST_F(CertManagerTest, Install_HelperNeverEndsOnOneDatabase_StoppedOtherStoresH
 }
 
 }  // namespace
-}  // namespace cert_manager_test
+}  // namespace tti::test

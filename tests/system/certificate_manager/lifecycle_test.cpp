@@ -7,7 +7,7 @@
 #include "support/machine.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 namespace {
 
 const std::vector<Account> kTwoUsers = {{"alice", 1000, "/home/alice"}, {"bob", 1001, "/home/bob"}};
@@ -162,4 +162,4 @@ TEST_F(CertManagerTest, Construct_ProviderMissing_FailsWithItsLiteral) {
 }
 
 }  // namespace
-}  // namespace cert_manager_test
+}  // namespace tti::test

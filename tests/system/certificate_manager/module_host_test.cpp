@@ -8,7 +8,7 @@
 #include "support/clean_command.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 namespace {
 
 using nlohmann::json;
@@ -130,4 +130,4 @@ TEST_F(CertManagerTest, ModuleHost_NotOneCertificate_RefusedNamingTheFileAndWhat
 }
 
 }  // namespace
-}  // namespace cert_manager_test
+}  // namespace tti::test

@@ -13,7 +13,7 @@
 #include "support/nss_test_db.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 namespace {
 
 constexpr int kRounds = 200;
@@ -75,4 +75,4 @@ TEST_F(CertManagerTest, MakersWithoutTerminal_EndAndEachDatabaseGetsTheRoot) {
 }
 
 }  // namespace
-}  // namespace cert_manager_test
+}  // namespace tti::test

@@ -4,7 +4,7 @@
 
 #include "orv/result.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 
 result_t RecordingInotifyProvider::Subscribe(qel::IInotifyEventsReceiver* receiver,
                                              orv::types::string8_t path, uint32_t flags) {
@@ -81,4 +81,4 @@ uint64_t RecordingInotifyProvider::unsubscribes() const {
   return m_unsubscribes;
 }
 
-}  // namespace cert_manager_test
+}  // namespace tti::test

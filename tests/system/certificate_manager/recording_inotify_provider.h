@@ -10,7 +10,7 @@
 #include "orv/intrusive_ptr.h"
 #include "qel/inotify_events.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 
 // An inotify provider that watches nothing: it records every subscription, holds a reference on
 // each subscribed receiver as the real one does, and lets the test deliver events one at a time.
@@ -48,4 +48,4 @@ class RecordingInotifyProvider final : public host::HostObject<qel::IInotifyEven
   std::mutex m_deliveryMutex;  // one event at a time, as the provider's contract says
 };
 
-}  // namespace cert_manager_test
+}  // namespace tti::test

@@ -7,10 +7,8 @@
 
 #include "system/certificate_manager/cert_manager_fixture.h"
 
-namespace cert_manager_test {
+namespace tti::test {
 namespace {
-
-using tti::test::Eventually;
 
 const Account kAlice = {"alice", 1000, "/home/alice"};
 const Account kDave = {"dave", 1003, "/home/dave"};
@@ -99,4 +97,4 @@ TEST_F(CertManagerTest, RealInotify_LoginNewDatabaseBundle_FollowedOthersIgnored
 }
 
 }  // namespace
-}  // namespace cert_manager_test
+}  // namespace tti::test

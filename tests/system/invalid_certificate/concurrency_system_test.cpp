@@ -42,7 +42,7 @@ void FillNarrowCache() {
 }
 
 TEST(HandlerConcurrencyTest, AllOperationsAtOnce_CacheStaysWithinItsCapacity) {
-  tti_test::MountHandlerTemplate();
+  tti::test::MountHandlerTemplate();
   FillNarrowCache();
   auto tracer = host::MakeObject<host::CapturingTracer>();
   tracer->RefuseLevel(800);

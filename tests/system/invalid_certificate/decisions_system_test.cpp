@@ -8,7 +8,7 @@
 #include "host/process_manager.h"
 #include "support/namespace_sandbox.h"
 
-namespace tti_test {
+namespace tti::test {
 namespace {
 
 using Verdict = ssl::InvalidCertificateVerdict;
@@ -216,4 +216,4 @@ TEST_F(HandlerTest, Create_WithoutTemplateOrTaskManagerFails) {
 }
 
 }  // namespace
-}  // namespace tti_test
+}  // namespace tti::test

@@ -5,7 +5,7 @@
 
 #include "handler_fixture.h"
 
-namespace tti_test {
+namespace tti::test {
 namespace {
 
 using Verdict = ssl::InvalidCertificateVerdict;
@@ -128,4 +128,4 @@ TEST_F(EventsTest, UnknownClientNamelessCertificate_NoUserFieldsAllCertificateFi
 }
 
 }  // namespace
-}  // namespace tti_test
+}  // namespace tti::test

@@ -7,7 +7,7 @@
 #include "host/host_object.h"
 #include "support/namespace_sandbox.h"
 
-namespace tti_test {
+namespace tti::test {
 
 void MountHandlerTemplate() {
   static bool mounted = false;
@@ -88,4 +88,4 @@ void HandlerTest::ConfigureTasks(qel::TaskState::Type threat, qel::TaskState::Ty
        qel::TaskInfo{42, Text(u"Web Control"), Text(u"Web_Control"), control}});
 }
 
-}  // namespace tti_test
+}  // namespace tti::test

@@ -16,7 +16,7 @@
 #include "support/module_fixture.h"
 #include "support/scratch.h"
 
-namespace tti_test {
+namespace tti::test {
 
 namespace ssl = ::traffic_processing::protocollers::ssl;
 namespace auto_excludes = ::traffic_processing::protocollers::ssl::auto_excludes;
@@ -61,4 +61,4 @@ class HandlerTest : public ModuleTest {
   std::string eventsPath;
 };
 
-}  // namespace tti_test
+}  // namespace tti::test

@@ -33,7 +33,7 @@ bool KeystoreHolds(const stores::RawCert& der) {
   return std::find(held.begin(), held.end(), der) != held.end();
 }
 
-class JavaKeystoreSystemTest : public tti_test::ModuleTest {
+class JavaKeystoreSystemTest : public tti::test::ModuleTest {
  protected:
   // The Debian-like machine with `keystore` (the machine's real one when empty) in place.
   void BuildMachine(std::string keystore = {}) {

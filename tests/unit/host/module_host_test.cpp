@@ -135,7 +135,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongType{"trusted", "[]", "the document: expected an object, found array"}));
 
 TEST(LoadedModuleTest, Unload_ObjectAlive_KeepsModuleLoaded) {
-  host::LoadedModule module(tti_test::ModulePath());
+  host::LoadedModule module(tti::test::ModulePath());
   orv::intrusive_ptr<orv::IObjectFactory> factory;
   ASSERT_EQ(
       module.GetObjectFactory(

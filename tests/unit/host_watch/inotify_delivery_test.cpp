@@ -9,7 +9,7 @@
 
 #include "watch_fixture.h"
 
-namespace host::test {
+namespace tti::test {
 namespace {
 
 constexpr uint32_t kCreated = 7;
@@ -162,4 +162,4 @@ TEST(InotifyDelivery, Unsubscribe_FromInsideOnEvent) {
 }
 
 }  // namespace
-}  // namespace host::test
+}  // namespace tti::test

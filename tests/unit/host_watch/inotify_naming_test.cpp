@@ -9,7 +9,7 @@
 
 #include "watch_fixture.h"
 
-namespace host::test {
+namespace tti::test {
 namespace {
 
 constexpr uint32_t kCreated = 7;
@@ -201,4 +201,4 @@ TEST_F(InotifyNaming, Subscribe_StoreFileReplacedDeletedAndRecreated) {
 }
 
 }  // namespace
-}  // namespace host::test
+}  // namespace tti::test

@@ -8,17 +8,17 @@
 #include "support/cert_factory.h"
 #include "watch_fixture.h"
 
-namespace host::test {
+namespace tti::test {
 namespace {
 
 namespace conversions = qel::tcp_traffic_interceptor::cert_stores;
+using host::MallocAllocator;
+using host::TrustedCertificatesProvider;
 
 // The issuer text the module asks with, for a root: its own subject.
 orv::types::string8_t IssuerOf(const tti::test::TestCertificate& certificate) {
   return orv::types::string8_t(conversions::GetIssuerText(certificate.x509.get()).c_str());
 }
-
-using tti::test::Bytes;
 
 // One file, a bundle of two, a link to the first file, garbage and a directory: each certificate
 // is served once under its subject, nothing for another subject, and the vector's own allocator
@@ -67,4 +67,4 @@ TEST(TrustedCertificates, GetTrustedCertificates_ByIssuer) {
 }
 
 }  // namespace
-}  // namespace host::test
+}  // namespace tti::test

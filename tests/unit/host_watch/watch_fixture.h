@@ -16,10 +16,11 @@
 #include "qel/inotify_events.h"
 #include "support/scratch.h"
 
-namespace host::test {
+namespace tti::test {
 
-using tti::test::Eventually;
-using tti::test::TempDir;
+using host::HostObject;
+using host::InotifyEventsProvider;
+using host::MakeObject;
 
 // Makes `path` and its missing parents; an error throws, which fails the test.
 inline void MakeDirectories(const std::string& path) { std::filesystem::create_directories(path); }
@@ -98,4 +99,4 @@ class RecordingReceiver final : public HostObject<qel::IInotifyEventsReceiver> {
   std::vector<std::thread::id> m_threads;
 };
 
-}  // namespace host::test
+}  // namespace tti::test

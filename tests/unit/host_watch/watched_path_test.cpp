@@ -9,8 +9,13 @@
 
 #include "watch_fixture.h"
 
-namespace host::test {
+namespace tti::test {
 namespace {
+
+using host::InotifyInstance;
+using host::WatchedPath;
+using host::WatchNotice;
+using host::WatchRegistry;
 
 bool Has(const std::vector<WatchNotice>& notices, const std::string& name, uint32_t type) {
   return std::any_of(notices.begin(), notices.end(), [&](const WatchNotice& notice) {
@@ -49,4 +54,4 @@ TEST(WatchedPath, Restart_ReportsOnlyWhatItDidNotWatchBefore) {
 }
 
 }  // namespace
-}  // namespace host::test
+}  // namespace tti::test

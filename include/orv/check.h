@@ -48,11 +48,27 @@ class TraceIfFailed {
   TraceStream m_stream;
 };
 
+// A failed condition without a result code: "file:line(expression),(expression) failed: result =
+// false" at level 300.
+inline void TraceFailedCondition(ITracer* tracer, const char* file, uint32_t line,
+                                 const char* expression) noexcept {
+  TraceRecord record;
+  TraceStream stream(OpenTrace(&record, tracer, trace_level::kError));
+  stream << trace::CheckSite{file, line, expression, expression} << "result = false";
+  stream.Close();
+}
+
 }  // namespace orv
 
 // result_t r = ORV_TRACE_IF_FAILED(tracer, Call()) << "message";  r is the call's result.
 #define ORV_TRACE_IF_FAILED(tracer, expression) \
   ::orv::TraceIfFailed((tracer), (expression), __FILE__, __LINE__, #expression)
+
+// ORV_TRACE_IF_FAILED with the expression's text given rather than taken from the code: for lines
+// that name the call in a fixed spelling of their own.
+// result_t r = ORV_TRACE_IF_FAILED_AS(tracer, Call(), kCallText) << "message";
+#define ORV_TRACE_IF_FAILED_AS(tracer, result, expressionText) \
+  ::orv::TraceIfFailed((tracer), (result), __FILE__, __LINE__, (expressionText))
 
 // Throws orv::CheckResultFailedException when the expression fails; further arguments are
 // streamed into its message: ORV_CHECK_RESULT(Call(), "Cannot do " << what);

@@ -15,6 +15,10 @@
 
 namespace orv {
 
+// Opens the trace line of an exception thrown while an object or a factory is made; the
+// exception's own text follows. A fixed line, byte for byte: do not reword it.
+constexpr const char* kObjectConstructionFailedText = "Exception during object construction: ";
+
 // The interfaces a class answers for, first one first (identifier 0 gives it).
 template <class First, class... Rest>
 struct InterfaceList {
@@ -97,7 +101,7 @@ class Object<C, LocatorObjectFactory> final : public C {
     } catch (...) {
       intrusive_ptr<ITracer> tracer;
       GetInterface(locator, tracer.Ref());
-      return ReportCurrentException(tracer.get(), "Exception during object construction: ");
+      return ReportCurrentException(tracer.get(), kObjectConstructionFailedText);
     }
   }
 

@@ -53,6 +53,8 @@ TEST_F(ApplyTest, Set_WhatGetReturned_FourReadsNoWriteNoFlushWholeDetailLines) {
   flushes = services.settings->flushes();
   tracer->Clear();
   EXPECT_EQ(configurator->SetNetSettings(again), 1);
+  // Golden: the expected lines stay literal, an independent witness that the named fixed texts
+  // hold the right bytes.
   EXPECT_EQ(tracer->Texts(800),
             (std::vector<std::string>{
                 "virtual result_t qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::"

@@ -79,6 +79,8 @@ TEST_F(NetworkPortsTest, StopWithoutStart_WritesEmptyAndStaysOff_SignaturesAtDet
   ASSERT_EQ(interceptor->StopInterception(), 0);
   std::vector<std::string> lines = tracer->Texts(800);
   lines.resize(3);
+  // Golden: the expected lines stay literal, an independent witness that the named fixed texts
+  // hold the right bytes.
   EXPECT_EQ(lines, (std::vector<std::string>{
                        "virtual result_t qel::tcp_traffic_interceptor::NetworkPorts::"
                        "StopInterception()",

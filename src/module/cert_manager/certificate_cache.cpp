@@ -5,6 +5,7 @@
 
 #include "cert_manager/certificate_manager_impl.h"
 #include "cert_manager/certificate_names.h"
+#include "cert_manager/trace_texts.h"
 #include "cert_stores/openssl/openssl_storage.h"
 #include "cert_stores/parse_cache/certificate_parse_cache.h"
 #include "orv/string.h"
@@ -19,8 +20,7 @@ constexpr uint32_t kWarning = orv::trace_level::kWarning;
 }  // namespace
 
 result_t CertificateManagerImpl::LoadCertificates() {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "result_t qel::tcp_traffic_interceptor::CertificateManagerImpl::LoadCertificates()";
+  ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kLoadCertificates;
   orv::MutexLock lock(m_storeMutex);
   std::vector<std::string> order(m_opensslStorages.begin(), m_opensslStorages.end());
   for (const cert_stores::Nss3Storage& storage : m_nss3Storages) {
@@ -58,7 +58,7 @@ size_t CertificateManagerImpl::ReadStore(const std::string& path, KnownStore& st
       if (const result_t result = cert_stores::OpenSslStorage().ReadBundle(path, read);
           ORV_FAILED(result)) {
         ORV_TRACE(GetTracer(), kWarning)
-            << "Cannot get certificates from opessl storage: " << orv::trace::Result{result};
+            << cert_manager_texts::kOpensslReadFailed << orv::trace::Result{result};
         read.clear();
         break;
       }
@@ -69,7 +69,7 @@ size_t CertificateManagerImpl::ReadStore(const std::string& path, KnownStore& st
       if (const result_t result = cert_stores::Nss3Storage{path}.GetCertificates(read);
           ORV_FAILED(result)) {
         ORV_TRACE(GetTracer(), kWarning)
-            << "Cannot get certificates from Nss3Storage storage: " << orv::trace::Result{result};
+            << cert_manager_texts::kNss3ReadFailed << orv::trace::Result{result};
         read.clear();
         break;
       }

@@ -2,6 +2,7 @@
 
 #include <openssl/crypto.h>
 
+#include "cert_manager/trace_texts.h"
 #include "orv/check.h"
 #include "orv/trace_stream.h"
 
@@ -17,8 +18,7 @@ CertificateManager::CertificateManager(orv::IServiceLocator* locator) : ObjectRo
 }
 
 result_t CertificateManager::FinalConstruct() {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "result_t qel::tcp_traffic_interceptor::CertificateManager::FinalConstruct()";
+  ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kFinalConstruct;
   // A former worker is released by the assignment.
   m_impl = orv::intrusive_ptr<CertificateManagerImpl>::Attach(
       CertificateManagerImplObject::Create(GetServiceLocator(), GetTracer()).Detach());
@@ -35,8 +35,7 @@ result_t CertificateManager::FinalConstruct() {
 }
 
 void CertificateManager::FinalRelease() {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "void qel::tcp_traffic_interceptor::CertificateManager::FinalRelease()";
+  ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kFinalRelease;
   if (m_impl) {
     m_impl->GetEventsProvider()->Unsubscribe(m_impl.get());
   }
@@ -45,25 +44,17 @@ void CertificateManager::FinalRelease() {
 result_t CertificateManager::FindParentCertificates(
     app_ctrl::IProcess* /*process*/, const const_blob_range_t& certificate,
     orv::types::vector_t<orv::types::vector_t<unsigned char>>& parents) const {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::CertificateManager::FindParentCertificates(app_ctrl::"
-         "IProcess*, const const_blob_range_t&, "
-         "orv::types::vector_t<orv::types::vector_t<unsigned char> >&) const";
+  ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kFindParentCertificates;
   return m_impl->FindParentCertificates(certificate, parents);
 }
 
 result_t CertificateManager::Install(const RawCert& cert) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t qel::tcp_traffic_interceptor::CertificateManager::Install(const "
-         "RawCert&)";
+  ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kInstall;
   return m_impl->Install(cert);
 }
 
 result_t CertificateManager::Uninstall(const RawCert& cert) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t qel::tcp_traffic_interceptor::CertificateManager::Uninstall(const "
-         "RawCert&)";
+  ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kUninstall;
   return m_impl->Uninstall(cert);
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "cert_manager/current_accounts.h"
+#include "cert_manager/trace_texts.h"
 #include "cert_stores/java/keystore_discovery.h"
 #include "cert_stores/openssl/store_discovery.h"
 #include "orv/check.h"
@@ -19,9 +20,9 @@ CertificateManagerImpl::CertificateManagerImpl(orv::IServiceLocator* locator, or
       TracerProvider(tracer),
       m_snapshot(std::make_shared<const Cache>()) {
   ORV_CHECK_RESULT(orv::GetInterface(GetServiceLocator(), m_certificatesProvider.Ref()),
-                   "Cannot get ITrustedCertificatesProvider interface");
+                   cert_manager_texts::kNoTrustedCertificatesProvider);
   ORV_CHECK_RESULT(orv::GetInterface(GetServiceLocator(), m_eventsProvider.Ref()),
-                   "Cannot get IInotifyEventsProvider interface");
+                   cert_manager_texts::kNoInotifyEventsProvider);
 
   ORV_TRACE(GetTracer(), kDetail) << "try to find all nss3 storages";
   m_nss3Storages = cert_stores::GetNss3Storages();

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cert_manager/certificate_manager_impl.h"
+#include "cert_manager/trace_texts.h"
 #include "cert_stores/conversions/cert_conversions.h"
 #include "cert_stores/openssl/openssl_storage.h"
 #include "cert_stores/parse_cache/certificate_parse_cache.h"
@@ -100,8 +101,8 @@ result_t CertificateManagerImpl::Uninstall(const qel::RawCert& cert) {
     }
     if (ORV_FAILED(cert_stores::Nss3Storage(storage).DeleteCertificatesFromStore(certificates))) {
       // The line carries the OpenSSL step's code, not this store's: kept as the product has it.
-      ORV_TRACE(GetTracer(), kWarning) << "Cannot delete certificate from: " << storage.path << ": "
-                                       << orv::trace::Result{openSslResult};
+      ORV_TRACE(GetTracer(), kWarning) << cert_manager_texts::kNss3DeleteFailed << storage.path
+                                       << ": " << orv::trace::Result{openSslResult};
       continue;
     }
     m_parts.Remove(storage.path, der);

@@ -3,9 +3,10 @@
 #include <string_view>
 
 #include "cert_manager/certificate_manager_impl.h"
-#include "cert_manager/check_line.h"
 #include "cert_manager/current_accounts.h"
+#include "cert_manager/trace_texts.h"
 #include "cert_manager/watch_constants.h"
+#include "orv/check.h"
 #include "orv/trace_stream.h"
 #include "product/product_paths.h"
 #include "qel/enums/file_modification_type.h"
@@ -17,19 +18,6 @@ namespace {
 constexpr uint32_t kDetail = orv::trace_level::kDetail;
 constexpr uint32_t kWarning = orv::trace_level::kWarning;
 
-constexpr const char* kOnEventSignature =
-    "virtual result_t "
-    "qel::tcp_traffic_interceptor::CertificateManagerImpl::OnEvent(const qel::InotifyEvent&)";
-constexpr const char* kNewHomeSource =
-    "qel::tcp_traffic_interceptor::CertificateManagerImpl::OnEvent(const "
-    "qel::InotifyEvent&)::<lambda(const auto:7&)> [with auto:7 = qel::QelUser]";
-constexpr const char* kSubscribeLoginsText =
-    "m_eventsProvider->Subscribe(this, UtmpPath, 0x00000002)";
-constexpr const char* kSubscribeDirectoryText =
-    "m_eventsProvider->Subscribe(this, path, 0x00000100)";
-constexpr const char* kSubscribeStoreText =
-    "m_eventsProvider->Subscribe(this, info.path, configFlags)";
-
 orv::types::string8_t ToString8(std::string_view text) {
   return orv::types::string8_t(text.data(), text.size());
 }
@@ -38,7 +26,8 @@ orv::types::string8_t ToString8(std::string_view text) {
 
 result_t CertificateManagerImpl::SubscribeToEvents() {
   const result_t logins = m_eventsProvider->Subscribe(this, product::kUtmpPath, kUtmpFlags);
-  if (ORV_FAILED(QEL_CERT_TRACE_IF_FAILED_AS(GetTracer(), logins, kSubscribeLoginsText))) {
+  if (ORV_FAILED(ORV_TRACE_IF_FAILED_AS(GetTracer(), logins,
+                                        cert_manager_texts::kSubscribeLoginsExpression))) {
     return logins;
   }
   // Directories that do not exist yet are in the list; the provider watches for them to appear.
@@ -46,7 +35,8 @@ result_t CertificateManagerImpl::SubscribeToEvents() {
     ORV_TRACE(GetTracer(), kDetail) << "watch " << directory;
     const orv::types::string8_t path = ToString8(directory);
     const result_t result = m_eventsProvider->Subscribe(this, path, kWatchDirectoryFlags);
-    if (ORV_FAILED(QEL_CERT_TRACE_IF_FAILED_AS(GetTracer(), result, kSubscribeDirectoryText))) {
+    if (ORV_FAILED(ORV_TRACE_IF_FAILED_AS(GetTracer(), result,
+                                          cert_manager_texts::kSubscribeDirectoryExpression))) {
       return result;
     }
   }
@@ -64,7 +54,8 @@ result_t CertificateManagerImpl::SubscribeToEvents() {
   for (const cert_stores::NativePath& store : stores) {
     ORV_TRACE(GetTracer(), kDetail) << "watch " << store;
     const result_t result = m_eventsProvider->Subscribe(this, ToString8(store), configFlags);
-    if (ORV_FAILED(QEL_CERT_TRACE_IF_FAILED_AS(GetTracer(), result, kSubscribeStoreText))) {
+    if (ORV_FAILED(ORV_TRACE_IF_FAILED_AS(GetTracer(), result,
+                                          cert_manager_texts::kSubscribeStoreExpression))) {
       return result;
     }
   }
@@ -97,7 +88,7 @@ result_t CertificateManagerImpl::OnEvent(const InotifyEvent& event) {
   if (known == m_known.end()) {
     return orv::errors::kOk;
   }
-  ORV_TRACE(GetTracer(), kDetail) << kOnEventSignature << " event.name: " << event.name
+  ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kOnEvent << " event.name: " << event.name
                                   << ", event.type: " << event.type;
   KnownStore& store = known->second;
   if (store.pending) {
@@ -122,7 +113,7 @@ result_t CertificateManagerImpl::OnEvent(const InotifyEvent& event) {
 }
 
 result_t CertificateManagerImpl::OnLoginsChanged(const InotifyEvent& event) {
-  ORV_TRACE(GetTracer(), kDetail) << kOnEventSignature << " event.name: " << event.name
+  ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kOnEvent << " event.name: " << event.name
                                   << ", event.type: " << event.type;
   std::set<std::string> newHomes;
   for (const QelUser& user : CurrentAccounts()) {
@@ -130,8 +121,8 @@ result_t CertificateManagerImpl::OnLoginsChanged(const InotifyEvent& event) {
       continue;
     }
     newHomes.insert(user.home);
-    ORV_TRACE(GetTracer(), kDetail)
-        << kNewHomeSource << ": user home directory '" << user.home << "' is added";
+    ORV_TRACE(GetTracer(), kDetail) << cert_manager_texts::kNewHomeLambda
+                                    << ": user home directory '" << user.home << "' is added";
     // The lock is taken per store, not across the scan, so other store work is not held up by it.
     for (const cert_stores::Nss3Storage& storage : cert_stores::GetUserNss3Storages(user)) {
       orv::MutexLock lock(m_storeMutex);
@@ -145,7 +136,7 @@ result_t CertificateManagerImpl::OnLoginsChanged(const InotifyEvent& event) {
         ORV_TRACE(GetTracer(), kWarning) << "Cannot subscribe to " << directory << " events";
       }
       ORV_TRACE(GetTracer(), kDetail)
-          << kOnEventSignature << ": path '" << directory << "' is subscribed";
+          << cert_manager_texts::kOnEvent << ": path '" << directory << "' is subscribed";
     }
   }
   // Marked as done even when every subscription failed: a home is not tried again.

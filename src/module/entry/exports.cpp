@@ -51,7 +51,7 @@ extern "C" __attribute__((visibility("default"))) result_t orvGetObjectFactory(
   } catch (...) {
     orv::intrusive_ptr<orv::ITracer> tracer;
     orv::GetInterface(locator, tracer.Ref());
-    return orv::ReportCurrentException(tracer.get(), "Exception during object construction: ");
+    return orv::ReportCurrentException(tracer.get(), orv::kObjectConstructionFailedText);
   }
   if (classId == tti::CLSID_Reserved) {
     std::terminate();

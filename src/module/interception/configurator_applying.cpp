@@ -12,6 +12,7 @@
 #include "qel/tools/update_service_settings_sync.h"
 #include "tcp_interceptor_configurator.h"
 #include "text_conversions.h"
+#include "trace_texts.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -69,10 +70,7 @@ bool SamePorts(const qel::settings::NetworkPorts& a, const qel::settings::Networ
 
 result_t TcpInterceptorConfigurator::SetNetSettings(const qel::settings::NetSettings& settings) {
   try {
-    ORV_TRACE(GetTracer(), kDetail)
-        << "virtual result_t "
-           "qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::SetNetSettings(const "
-           "qel::settings::NetSettings&)";
+    ORV_TRACE(GetTracer(), kDetail) << interception_texts::kSetNetSettings;
     bool changed = false;
     const auto checkChange = [&changed](result_t result) {
       if (result == orv::errors::kOk) {
@@ -118,8 +116,7 @@ result_t TcpInterceptorConfigurator::SetNetSettings(const qel::settings::NetSett
 
 result_t TcpInterceptorConfigurator::SetTcpInterceptorSettings(
     const qel::settings::NetSettings& settings) {
-  ORV_TRACE(GetTracer(), kDetail) << "SetTcpInterceptorSettings"
-                                  << ": ";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kSetTcpInterceptorSettingsName << ": ";
   // Runs again on a fresh record after a lost race: works only from `record` and `settings`.
   const auto modifier = [this, &settings](tm::pdkSettings& record) -> result_t {
     tm::PdkSslSection candidate;
@@ -137,18 +134,15 @@ result_t TcpInterceptorConfigurator::SetTcpInterceptorSettings(
         interception::EndpointExcludesToRules(settings.endpointExcludes);
     if ((!settings.outgoingExcludes.empty() && outgoing.empty()) ||
         (!settings.endpointExcludes.empty() && endpoint.empty())) {
-      ORV_TRACE(GetTracer(), kDetail)
-          << "operator()"
-          << ": "
-          << " failed to convert endpoint exclude settings to ip enpoint list";
+      ORV_TRACE(GetTracer(), kDetail) << interception_texts::kLambdaName << ": "
+                                      << interception_texts::kEndpointExcludesNotConverted;
       return orv::errors::kUnspecified;
     }
     const bool sameSection = SameSection(record.ssl, candidate);
     const bool sameLists = interception::SameRules(record.outgoingExcludes, outgoing) &&
                            interception::SameRules(record.endpointExcludes, endpoint);
     if (sameSection && sameLists) {
-      ORV_TRACE(GetTracer(), kDetail) << "operator()"
-                                      << ": "
+      ORV_TRACE(GetTracer(), kDetail) << interception_texts::kLambdaName << ": "
                                       << " updated settings are equal to previous";
       return orv::errors::kFalse;
     }
@@ -167,17 +161,14 @@ result_t TcpInterceptorConfigurator::SetTcpInterceptorSettings(
 
 result_t TcpInterceptorConfigurator::SetNetworkPortSettings(
     const qel::settings::NetSettings& settings) {
-  ORV_TRACE(GetTracer(), kDetail) << "SetNetworkPortSettings"
-                                  << ": ";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kSetNetworkPortSettingsName << ": ";
   const auto modifier = [this, &settings](qel::settings::NetworkPorts& record) -> result_t {
     if (SamePorts(record, settings.NetworkPorts)) {
-      ORV_TRACE(GetTracer(), kDetail) << "operator()"
-                                      << ": "
+      ORV_TRACE(GetTracer(), kDetail) << interception_texts::kLambdaName << ": "
                                       << " no changes";
       return orv::errors::kFalse;
     }
-    ORV_TRACE(GetTracer(), kDetail) << "operator()"
-                                    << ": "
+    ORV_TRACE(GetTracer(), kDetail) << interception_texts::kLambdaName << ": "
                                     << " network ports list changed, applying new";
     record = settings.NetworkPorts;
     return orv::errors::kOk;

@@ -13,7 +13,7 @@
 #include "qel/tools/update_service_settings_sync.h"
 #include "tcp_interceptor_configurator.h"
 #include "text_conversions.h"
-#include "trace_failure.h"
+#include "trace_texts.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -41,20 +41,16 @@ result_t TcpInterceptorConfigurator::FinalConstruct() {
     record.mode = 1;
     return orv::errors::kOk;
   };
-  const result_t result = QEL_TRACE_IF_FAILED_AS(
+  const result_t result = ORV_TRACE_IF_FAILED_AS(
       GetTracer(),
       tools::UpdateServiceSettingsSync<auto_excludes::AutoExcludesSettings>(
           GetTracer(), GetServiceLocator(), auto_excludes::CLSID_AutoExcludes, modifier, true),
-      "tools::UpdateServiceSettingsSync(GetTracer(), GetServiceLocator(), "
-      "auto_excludes::CLSID_AutoExcludes, modifier)");
+      interception_texts::kUpdateAutoExcludesExpression);
   return ORV_FAILED(result) ? result : orv::errors::kOk;
 }
 
 result_t TcpInterceptorConfigurator::GetNetSettings(qel::settings::NetSettings& settings) const {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::GetNetSettings(qel::settings::"
-         "NetSettings&) const";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kGetNetSettings;
   // One revision for all four reads; none is written back from here.
   uint32_t revision = 0;
   tm::pdkSettings pdkSettings;
@@ -62,27 +58,24 @@ result_t TcpInterceptorConfigurator::GetNetSettings(qel::settings::NetSettings& 
   crypto::CertificateChainVerificationSettings certVerifierSettings;
   const auto read = [&](uint32_t service, auto& record, const char* expression,
                         const char* message) -> result_t {
-    return QEL_TRACE_IF_FAILED_AS(GetTracer(), ReadSettings(service, record, revision), expression)
+    return ORV_TRACE_IF_FAILED_AS(GetTracer(), ReadSettings(service, record, revision), expression)
            << message;
   };
   if (const result_t result =
           read(tm::CLDIS_TcpInterceptor, pdkSettings,
-               "m_esm->GetServiceSettings2(tm::CLDIS_TcpInterceptor, &pdkSettings, revision)",
-               "Cannot get service settings");
+               interception_texts::kReadPdkSettingsExpression, "Cannot get service settings");
       ORV_FAILED(result)) {
     return result;
   }
   CopyPdkSettings(pdkSettings, settings);
   if (const result_t result =
           read(CLSID_NetworkPorts, settings.NetworkPorts,
-               "m_esm->GetServiceSettings2(CLSID_NetworkPorts, &ports, revision)",
-               "Cannot get network ports");
+               interception_texts::kReadNetworkPortsExpression, "Cannot get network ports");
       ORV_FAILED(result)) {
     return result;
   }
   if (const result_t result = read(CLSID_InvalidCertificateHandler, invlCertSettings,
-                                   "m_esm->GetServiceSettings2( CLSID_InvalidCertificateHandler, "
-                                   "&invlCertSettings, revision)",
+                                   interception_texts::kReadHandlerSettingsExpression,
                                    "Cannot get InvalidCertificateHandlerSettings");
       ORV_FAILED(result)) {
     return result;
@@ -92,11 +85,9 @@ result_t TcpInterceptorConfigurator::GetNetSettings(qel::settings::NetSettings& 
           ? qel::EncryptedConnectionsScanErrorAction::AddToAutoExclusions
           : qel::EncryptedConnectionsScanErrorAction::Disconnect;
   settings.UntrustedCertificateAction = invlCertSettings.action;
-  if (const result_t result =
-          read(crypto::CLSID_CertificateChainVerifier, certVerifierSettings,
-               "m_esm->GetServiceSettings2( crypto::CLSID_CertificateChainVerifier, "
-               "&certVerifierSettings, revision)",
-               "Cannot get crypto::CertificateChainVerificationSettings");
+  if (const result_t result = read(crypto::CLSID_CertificateChainVerifier, certVerifierSettings,
+                                   interception_texts::kReadVerifierSettingsExpression,
+                                   "Cannot get crypto::CertificateChainVerificationSettings");
       ORV_FAILED(result)) {
     return result;
   }
@@ -120,18 +111,14 @@ void TcpInterceptorConfigurator::CopyPdkSettings(const tm::pdkSettings& pdkSetti
   } else if (pdkSettings.ssl.mode == 1 || pdkSettings.ssl.mode == 2) {
     settings.EncryptedConnectionsScan = true;
   }
-  ORV_TRACE(GetTracer(), kDetail) << "GetNetSettings"
-                                  << ": "
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kGetNetSettingsName << ": "
                                   << "[FirewallBypass] Setting outgoing excludes";
   settings.outgoingExcludes = interception::RulesToExcludes(pdkSettings.outgoingExcludes);
   settings.endpointExcludes = interception::RulesToExcludes(pdkSettings.endpointExcludes);
 }
 
 result_t TcpInterceptorConfigurator::GetAutoSslExcludes(qel::ssl::Excludes& excludes) const {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::GetAutoSslExcludes(qel::ssl::"
-         "Excludes&) const";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kGetAutoSslExcludes;
   orv::intrusive_ptr<auto_excludes::IAutoExcludesView> autoExcludesView;
   if (const result_t got =
           ORV_TRACE_IF_FAILED(GetTracer(),
@@ -144,10 +131,7 @@ result_t TcpInterceptorConfigurator::GetAutoSslExcludes(qel::ssl::Excludes& excl
 }
 
 result_t TcpInterceptorConfigurator::GetTrafmonSslExcludes(qel::ssl::Excludes& excludes) const {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::GetTrafmonSslExcludes(qel::ssl:"
-         ":Excludes&) const";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kGetTrafmonSslExcludes;
   orv::intrusive_ptr<tm::IUpdatableExcludesView> trafmonExcludesView;
   if (const result_t got =
           ORV_TRACE_IF_FAILED(GetTracer(),
@@ -174,10 +158,7 @@ result_t TcpInterceptorConfigurator::GetTrafmonSslExcludes(qel::ssl::Excludes& e
 }
 
 result_t TcpInterceptorConfigurator::GetUserSslExcludes(qel::ssl::Excludes& excludes) const {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::GetUserSslExcludes(qel::ssl::"
-         "Excludes&) const";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kGetUserSslExcludes;
   qel::settings::NetSettings settings;
   if (const result_t got = ORV_TRACE_IF_FAILED(GetTracer(), GetNetSettings(settings))
                            << "Cannot get net settings";
@@ -193,9 +174,7 @@ result_t TcpInterceptorConfigurator::GetUserSslExcludes(qel::ssl::Excludes& excl
 }
 
 result_t TcpInterceptorConfigurator::ClearAutoSslExcludes() {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::ClearAutoSslExcludes()";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kClearAutoSslExcludes;
   orv::intrusive_ptr<auto_excludes::IAutoExcludesView> autoExcludesView;
   if (const result_t got =
           ORV_TRACE_IF_FAILED(GetTracer(),

@@ -8,7 +8,7 @@
 #include "qel/tools/update_service_settings_sync.h"
 #include "tcp_interceptor_configurator.h"
 #include "text_conversions.h"
-#include "trace_failure.h"
+#include "trace_texts.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -20,10 +20,7 @@ constexpr uint32_t kDetail = orv::trace_level::kDetail;
 
 result_t TcpInterceptorConfigurator::SetTrustedAddresses(
     const qel::settings::TrustedAddresses& addresses) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::SetTrustedAddresses(const "
-         "qel::settings::TrustedAddresses&)";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kSetTrustedAddresses;
   // No comparison: written and flushed on every call.
   const auto modifier = [&addresses](tm::TrustedUrlsSettings& record) -> result_t {
     record.useTrustedUrls = addresses.UseTrustedAddresses;
@@ -37,27 +34,22 @@ result_t TcpInterceptorConfigurator::SetTrustedAddresses(
     }
     return orv::errors::kOk;
   };
-  const result_t result = QEL_TRACE_IF_FAILED_AS(
+  const result_t result = ORV_TRACE_IF_FAILED_AS(
       GetTracer(),
       tools::UpdateServiceSettingsSync<tm::TrustedUrlsSettings>(
           GetTracer(), GetServiceLocator(), tm::CLSID_TrustedUrls, modifier, true),
-      "tools::UpdateServiceSettingsSync(GetTracer(), GetServiceLocator(), tm::CLSID_TrustedUrls, "
-      "modifier)");
+      interception_texts::kUpdateTrustedUrlsExpression);
   return ORV_FAILED(result) ? result : orv::errors::kOk;
 }
 
 result_t TcpInterceptorConfigurator::GetTrustedAddresses(
     qel::settings::TrustedAddresses& addresses) const {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::TcpInterceptorConfigurator::GetTrustedAddresses(qel::"
-         "settings::TrustedAddresses&) const";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kGetTrustedAddresses;
   uint32_t revision = 0;
   tm::TrustedUrlsSettings record;
   if (const result_t result =
-          QEL_TRACE_IF_FAILED_AS(GetTracer(), ReadSettings(tm::CLSID_TrustedUrls, record, revision),
-                                 "m_esm->GetServiceSettings2(tm::CLSID_TrustedUrls, "
-                                 "&pdkSettings, revision)")
+          ORV_TRACE_IF_FAILED_AS(GetTracer(), ReadSettings(tm::CLSID_TrustedUrls, record, revision),
+                                 interception_texts::kReadTrustedUrlsExpression)
           << "Cannot get service settings";
       ORV_FAILED(result)) {
     return result;

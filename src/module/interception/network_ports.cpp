@@ -7,6 +7,7 @@
 #include "orv/trace_stream.h"
 #include "qel/tools/update_service_settings_sync.h"
 #include "text_conversions.h"
+#include "trace_texts.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -19,8 +20,7 @@ constexpr uint32_t kDetail = orv::trace_level::kDetail;
 NetworkPorts::NetworkPorts(orv::IServiceLocator* locator) : ObjectRootEx(locator) {}
 
 result_t NetworkPorts::StartInterception() {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t qel::tcp_traffic_interceptor::NetworkPorts::StartInterception()";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kPortsStartInterception;
   if (m_startCount.load() != 0) {
     ++m_startCount;
     return orv::errors::kOk;
@@ -35,8 +35,7 @@ result_t NetworkPorts::StartInterception() {
 }
 
 result_t NetworkPorts::StopInterception() {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t qel::tcp_traffic_interceptor::NetworkPorts::StopInterception()";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kPortsStopInterception;
   const int32_t count = m_startCount.load();
   if (count < 2) {
     const qel::settings::NetworkPorts empty = qel::settings::NetworkPorts::Empty();
@@ -53,10 +52,7 @@ result_t NetworkPorts::StopInterception() {
 }
 
 result_t NetworkPorts::SetSettings(const qel::settings::NetworkPorts* ports) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::NetworkPorts::SetSettings(const "
-         "qel::settings::NetworkPorts*)";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kPortsSetSettings;
   if (m_startCount.load() == 0) {
     SetPorts(*ports);
     return orv::errors::kOk;
@@ -70,9 +66,7 @@ result_t NetworkPorts::SetSettings(const qel::settings::NetworkPorts* ports) {
 }
 
 result_t NetworkPorts::GetSettings(qel::settings::NetworkPorts* ports) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::NetworkPorts::GetSettings(qel::settings::NetworkPorts*)";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kPortsGetSettings;
   qel::settings::NetworkPorts copy = GetPorts();
   std::swap(ports->mode, copy.mode);
   ports->ports.swap(copy.ports);
@@ -80,9 +74,7 @@ result_t NetworkPorts::GetSettings(qel::settings::NetworkPorts* ports) {
 }
 
 result_t NetworkPorts::Construct(const qel::settings::NetworkPorts* ports) {
-  ORV_TRACE(GetTracer(), kDetail) << "virtual result_t "
-                                     "qel::tcp_traffic_interceptor::NetworkPorts::Construct(const "
-                                     "qel::settings::NetworkPorts*)";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kPortsConstruct;
   SetPorts(*ports);
   return orv::errors::kOk;
 }
@@ -100,9 +92,7 @@ void NetworkPorts::SetPorts(const qel::settings::NetworkPorts& ports) {
 }
 
 result_t NetworkPorts::UpdateServiceSettings(const qel::settings::NetworkPorts& settings) {
-  ORV_TRACE(GetTracer(), kDetail) << "result_t "
-                                     "qel::tcp_traffic_interceptor::NetworkPorts::"
-                                     "UpdateServiceSettings(const qel::settings::NetworkPorts&)";
+  ORV_TRACE(GetTracer(), kDetail) << interception_texts::kPortsUpdateServiceSettings;
   // Always a write: the engine's record is not compared, so a start is never skipped.
   const auto modifier = [&settings](tm::pdkSettings& record) -> result_t {
     record.ports.clear();
@@ -121,13 +111,11 @@ result_t NetworkPorts::UpdateServiceSettings(const qel::settings::NetworkPorts& 
     }
     return orv::errors::kOk;
   };
-  const result_t result = orv::TraceIfFailed(
+  const result_t result = ORV_TRACE_IF_FAILED_AS(
       GetTracer(),
       tools::UpdateServiceSettingsSync<tm::pdkSettings>(GetTracer(), GetServiceLocator(),
                                                         tm::CLDIS_TcpInterceptor, modifier, true),
-      __FILE__, __LINE__,
-      "tools::UpdateServiceSettingsSync(GetTracer(), GetServiceLocator(), "
-      "tm::CLDIS_TcpInterceptor, modifier)");
+      interception_texts::kUpdatePortsExpression);
   return ORV_FAILED(result) ? result : orv::errors::kOk;
 }
 

@@ -9,7 +9,7 @@
 #include "invalid_certificate_handler.h"
 #include "orv/check.h"
 #include "orv/trace_stream.h"
-#include "trace_as.h"
+#include "trace_texts.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -33,7 +33,7 @@ result_t DecodeCertificate(const qel::RawCert& raw, UntrustedCertificate& untrus
   // Servers repeat their certificates: the parse is remembered per bytes.
   const auto facts = cert_stores::CertificateParseCache::Shared().Get(raw.data(), raw.size());
   if (!facts->parsed) {
-    TraceFailedCondition(tracer, __FILE__, __LINE__, "x509");
+    orv::TraceFailedCondition(tracer, __FILE__, __LINE__, handler_texts::kParsedCondition);
     return orv::errors::kInvalidArgument;
   }
   untrusted.subject = NameOrStandIn(facts->subjectCommonName);
@@ -52,14 +52,15 @@ result_t ReadConnectionCertificate(ssl::IConnectionInfo* sslConnectionInfo,
   const Owned<ssl::ICertificate> certificate(serverSlot);
   qel::RawCert raw;
   if (const result_t result =
-          QEL_TRACE_AS(tracer, certificate->GetRaw(raw), "certificate->GetRaw(raw)")
-          << "Cannot get raw certififcate";
+          ORV_TRACE_IF_FAILED_AS(tracer, certificate->GetRaw(raw), handler_texts::kGetRawExpression)
+          << handler_texts::kNoRawCertificate;
       ORV_FAILED(result)) {
     return result;
   }
-  if (const result_t result = QEL_TRACE_AS(tracer, DecodeCertificate(raw, untrusted, tracer),
-                                           "GetCertificate(raw, untrusted)")
-                              << "Cannot get cert from raw";
+  if (const result_t result =
+          ORV_TRACE_IF_FAILED_AS(tracer, DecodeCertificate(raw, untrusted, tracer),
+                                 handler_texts::kDecodeExpression)
+          << "Cannot get cert from raw";
       ORV_FAILED(result)) {
     return result;
   }
@@ -74,15 +75,15 @@ result_t ReadConnectionCertificate(ssl::IConnectionInfo* sslConnectionInfo,
     const Owned<ssl::ICertificate> next(nextSlot);
     qel::RawCert nextRaw;
     if (const result_t result =
-            QEL_TRACE_AS(tracer, next->GetRaw(nextRaw), "certificate->GetRaw(raw)")
-            << "Cannot get raw certififcate";
+            ORV_TRACE_IF_FAILED_AS(tracer, next->GetRaw(nextRaw), handler_texts::kGetRawExpression)
+            << handler_texts::kNoRawCertificate;
         ORV_FAILED(result)) {
       return result;
     }
     if (const result_t result =
-            QEL_TRACE_AS(
+            ORV_TRACE_IF_FAILED_AS(
                 tracer, cert_stores::AppendCertificatePem(nextRaw.data(), nextRaw.size(), pemChain),
-                "ConvertToPEM(raw, data)")
+                handler_texts::kConvertToPemExpression)
             << "Cannot convert raw to PEM format";
         ORV_FAILED(result)) {
       return result;

@@ -6,7 +6,7 @@
 #include "orv/trace_stream.h"
 #include "qel/tools/process_info.h"
 #include "text_conversion.h"
-#include "trace_as.h"
+#include "trace_texts.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -17,8 +17,8 @@ constexpr uint32_t kDetail = orv::trace_level::kDetail;
 
 result_t InvalidCertificateHandler::CertificateOfConnection(ssl::IConnectionInfo* sslConnectionInfo,
                                                             UntrustedCertificate& cert) const {
-  return QEL_TRACE_AS(GetTracer(), GetCertificate(sslConnectionInfo, cert),
-                      "GetCertificate(sslConnectionInfo, cert)")
+  return ORV_TRACE_IF_FAILED_AS(GetTracer(), GetCertificate(sslConnectionInfo, cert),
+                                handler_texts::kConnectionCertificateExpression)
          << "Cannot get cert from ssl info";
 }
 
@@ -37,11 +37,7 @@ result_t InvalidCertificateHandler::UserOfConnection(
 
 result_t InvalidCertificateHandler::OnInvalidCertificateDetected(
     traffic_monitor::IConnectionInfo* tcpConnectionInfo, ssl::IConnectionInfo* sslConnectionInfo) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::OnInvalidCertificateDetected("
-         "traffic_processing::traffic_monitor::IConnectionInfo*, "
-         "traffic_processing::protocollers::ssl::IConnectionInfo*)";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kOnInvalidCertificateDetected;
   orv::types::string8_t domain;
   ORV_CHECK_RESULT(sslConnectionInfo->GetDomain(domain));
   ORV_TRACE(GetTracer(), kDetail) << "save invalid cert chain for domain " << domain;
@@ -64,12 +60,7 @@ result_t InvalidCertificateHandler::OnInvalidCertificateDetected(
 result_t InvalidCertificateHandler::Resolve(traffic_monitor::IConnectionInfo* tcpConnectionInfo,
                                             ssl::IConnectionInfo* sslConnectionInfo,
                                             ssl::InvalidCertificateVerdict& verdict) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::Resolve("
-         "traffic_processing::traffic_monitor::IConnectionInfo*, "
-         "traffic_processing::protocollers::ssl::IConnectionInfo*, "
-         "traffic_processing::protocollers::ssl::InvalidCertificateVerdict&)";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kResolveConnection;
   // The verdict is written first and stands whatever fails later. An action out of range leaves
   // the caller's value, which then decides the second event.
   switch (CopySettings().action) {
@@ -111,18 +102,15 @@ result_t InvalidCertificateHandler::Resolve(traffic_monitor::IConnectionInfo* tc
 result_t InvalidCertificateHandler::Resolve(
     const ssl::InvalidCertificateSecureDesktopRequest& request,
     ssl::InvalidCertificateVerdict& verdict) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::Resolve(const "
-         "traffic_processing::protocollers::ssl::InvalidCertificateSecureDesktopRequest&, "
-         "traffic_processing::protocollers::ssl::InvalidCertificateVerdict&)";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kResolveSecureDesktop;
   // The user on the secure desktop has already chosen to go on: the settings do not count here.
   verdict = ssl::InvalidCertificateVerdict::Allow;
   UntrustedCertificate cert;
   cert.verificationResult = request.verificationResult;
-  if (const result_t result = QEL_TRACE_AS(GetTracer(), GetCertificate(request.certificate, cert),
-                                           "GetCertificate(request.certificate, cert)")
-                              << "Cannot get cert from raw";
+  if (const result_t result =
+          ORV_TRACE_IF_FAILED_AS(GetTracer(), GetCertificate(request.certificate, cert),
+                                 handler_texts::kRequestCertificateExpression)
+          << "Cannot get cert from raw";
       ORV_FAILED(result)) {
     return result;
   }
@@ -134,12 +122,8 @@ result_t InvalidCertificateHandler::Resolve(
 
 result_t InvalidCertificateHandler::Process(const auto_excludes::AutoExcludeRequest& request,
                                             auto_excludes::AutoExcludeVerdict& verdict) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::Process(const "
-         "traffic_processing::protocollers::ssl::auto_excludes::AutoExcludeRequest&, "
-         "traffic_processing::protocollers::ssl::auto_excludes::AutoExcludeVerdict&): "
-      << orv::Utf16ToUtf8(request.domain.view());
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kProcess << ": "
+                                  << orv::Utf16ToUtf8(request.domain.view());
   if (!CopySettings().addToAutoExcludes) {
     verdict = auto_excludes::AutoExcludeVerdict::NotExcluded;
     return orv::errors::kOk;

@@ -7,7 +7,7 @@
 #include "orv/service.h"
 #include "orv/trace_stream.h"
 #include "qel/event_publisher.h"
-#include "trace_as.h"
+#include "trace_texts.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -41,11 +41,7 @@ const TaskCallerInfo& HandlerCaller() {
 result_t InvalidCertificateHandler::PublishCertificateDetectedEvent(
     const orv::optional_t<qel::UserInfo>& user, const orv::types::string8_t& domain,
     const UntrustedCertificate& cert) const {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "result_t "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::PublishCertificateDetectedEvent("
-         "const orv::optional_t<qel::UserInfo>&, const orv::types::string8_t&, const "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::UntrustedCertificate&) const";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kPublishCertificateDetectedEvent;
   return PublishCertificateEvent(EventName::UntrustedCertificateDetected, DangerLevel::Critical,
                                  user, domain, cert);
 }
@@ -53,11 +49,7 @@ result_t InvalidCertificateHandler::PublishCertificateDetectedEvent(
 result_t InvalidCertificateHandler::PublishCertificateAllowedEvent(
     const orv::optional_t<qel::UserInfo>& user, const orv::types::string8_t& domain,
     const UntrustedCertificate& cert) const {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "result_t "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::PublishCertificateAllowedEvent("
-         "const orv::optional_t<qel::UserInfo>&, const orv::types::string8_t&, const "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::UntrustedCertificate&) const";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kPublishCertificateAllowedEvent;
   return PublishCertificateEvent(EventName::UntrustedCertificateAllowed, DangerLevel::Warning, user,
                                  domain, cert);
 }
@@ -65,11 +57,7 @@ result_t InvalidCertificateHandler::PublishCertificateAllowedEvent(
 result_t InvalidCertificateHandler::PublishCertificateBlockedEvent(
     const orv::optional_t<qel::UserInfo>& user, const orv::types::string8_t& domain,
     const UntrustedCertificate& cert) const {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "result_t "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::PublishCertificateBlockedEvent("
-         "const orv::optional_t<qel::UserInfo>&, const orv::types::string8_t&, const "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::UntrustedCertificate&) const";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kPublishCertificateBlockedEvent;
   return PublishCertificateEvent(EventName::UntrustedCertificateBlocked, DangerLevel::Warning, user,
                                  domain, cert);
 }
@@ -116,8 +104,9 @@ result_t InvalidCertificateHandler::PublishEvent(qel::Event& event,
 
   orv::intrusive_ptr<qel::INonRemoteEventPublisher> publisher;
   if (const result_t result =
-          QEL_TRACE_AS(GetTracer(), orv::GetInterface(GetServiceLocator(), publisher.Ref()),
-                       "orv::GetInterface(GetServiceLocator(), publisher.Ref())")
+          ORV_TRACE_IF_FAILED_AS(GetTracer(),
+                                 orv::GetInterface(GetServiceLocator(), publisher.Ref()),
+                                 handler_texts::kGetPublisherExpression)
           << "Cannot get INonRemoteEventPublisher interface";
       ORV_FAILED(result)) {
     return result;

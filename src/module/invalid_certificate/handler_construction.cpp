@@ -9,7 +9,7 @@
 #include "product/product_paths.h"
 #include "qel/tools/files.h"
 #include "template_path.h"
-#include "trace_as.h"
+#include "trace_texts.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -35,11 +35,11 @@ InvalidCertificateHandler::InvalidCertificateHandler(orv::IServiceLocator* locat
     : ObjectRootEx(locator) {}
 
 result_t InvalidCertificateHandler::FinalConstruct() {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "result_t qel::tcp_traffic_interceptor::InvalidCertificateHandler::FinalConstruct()";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kFinalConstruct;
   if (const result_t result =
-          QEL_TRACE_AS(GetTracer(), orv::GetInterface(GetServiceLocator(), m_taskManager.Ref()),
-                       "orv::GetInterface(GetServiceLocator(), m_taskManager.Ref())")
+          ORV_TRACE_IF_FAILED_AS(GetTracer(),
+                                 orv::GetInterface(GetServiceLocator(), m_taskManager.Ref()),
+                                 handler_texts::kGetTaskManagerExpression)
           << "Cannot get IQelTaskManager interface";
       ORV_FAILED(result)) {
     return result;
@@ -53,8 +53,7 @@ result_t InvalidCertificateHandler::FinalConstruct() {
 }
 
 void InvalidCertificateHandler::FinalRelease() {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "void qel::tcp_traffic_interceptor::InvalidCertificateHandler::FinalRelease()";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kFinalRelease;
 }
 
 result_t InvalidCertificateHandler::LoadHtmlTemplate() {
@@ -70,28 +69,19 @@ result_t InvalidCertificateHandler::LoadHtmlTemplate() {
 }
 
 result_t InvalidCertificateHandler::Construct(const InvalidCertificateHandlerSettings* settings) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::Construct(const "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings*)";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kConstruct;
   StoreSettings(*settings);
   return orv::errors::kOk;
 }
 
 result_t InvalidCertificateHandler::SetSettings(const InvalidCertificateHandlerSettings* settings) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::SetSettings(const "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings*)";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kSetSettings;
   StoreSettings(*settings);
   return orv::errors::kOk;
 }
 
 result_t InvalidCertificateHandler::GetSettings(InvalidCertificateHandlerSettings* settings) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::GetSettings("
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandlerSettings*)";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kGetSettings;
   *settings = CopySettings();
   return orv::errors::kOk;
 }

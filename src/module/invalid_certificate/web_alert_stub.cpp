@@ -10,12 +10,13 @@
 
 #include "html_escape.h"
 #include "invalid_certificate_handler.h"
+#include "orv/check.h"
 #include "orv/trace_stream.h"
 #include "page_template.h"
 #include "qel/enums/verification_result.h"
 #include "qel/tools/date_strings.h"
 #include "qel/tools/localization.h"
-#include "trace_as.h"
+#include "trace_texts.h"
 
 namespace qel::tcp_traffic_interceptor {
 namespace {
@@ -54,11 +55,7 @@ std::string NameForPage(const orv::types::string8_t& name) {
 
 result_t InvalidCertificateHandler::GetWebAlertStub(const ssl::InvalidCertificateWebAlertData& data,
                                                     orv::types::string8_t& body) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "virtual result_t "
-         "qel::tcp_traffic_interceptor::InvalidCertificateHandler::GetWebAlertStub(const "
-         "traffic_processing::protocollers::ssl::InvalidCertificateWebAlertData&, "
-         "orv::types::string8_t&)";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kGetWebAlertStub;
   PageValues page;
   std::string ignoreAndContinueUrl(data.ignoreAndContinueUrl.view());
   // A block setting takes the way out of the page; any other value, out of range included, leaves
@@ -84,9 +81,10 @@ result_t InvalidCertificateHandler::GetWebAlertStub(const ssl::InvalidCertificat
   // over it gives the same bytes.
   std::string html;
   m_page.Render(page, html);
-  if (const result_t result = QEL_TRACE_AS(GetTracer(), LocalizeHtmlTemplate(data.uniqPid, html),
-                                           "LocalizeHtmlTemplate(data.uniqPid, body)")
-                              << "Cannot localize html template";
+  if (const result_t result =
+          ORV_TRACE_IF_FAILED_AS(GetTracer(), LocalizeHtmlTemplate(data.uniqPid, html),
+                                 handler_texts::kLocalizeExpression)
+          << "Cannot localize html template";
       ORV_FAILED(result)) {
     return result;
   }
@@ -97,14 +95,12 @@ result_t InvalidCertificateHandler::GetWebAlertStub(const ssl::InvalidCertificat
 result_t InvalidCertificateHandler::InsertCertificateInfo(const orv::types::string8_t& domain,
                                                           PageValues& page) {
   // The line names the operation as the product always has, when it replaced in the page itself.
-  ORV_TRACE(GetTracer(), kDetail)
-      << "result_t qel::tcp_traffic_interceptor::InvalidCertificateHandler::InsertCertificateInfo("
-         "const orv::types::string8_t&, std::string&)";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kInsertCertificateInfo;
   UntrustedCertificate cert;
   // The lock is held inside CacheGet only; the failure line is written after it is released.
-  if (const result_t result =
-          QEL_TRACE_AS(GetTracer(), CacheGet(domain, cert), "m_cache.Get(domain, cert)")
-          << "Cannot get cert chain for domain " << domain;
+  if (const result_t result = ORV_TRACE_IF_FAILED_AS(GetTracer(), CacheGet(domain, cert),
+                                                     handler_texts::kCacheGetExpression)
+                              << "Cannot get cert chain for domain " << domain;
       ORV_FAILED(result)) {
     // The certificate's placeholders stay in the page as they are.
     page.steps = kCertificateSubjectSlot;
@@ -121,16 +117,13 @@ result_t InvalidCertificateHandler::InsertCertificateInfo(const orv::types::stri
 }
 
 result_t InvalidCertificateHandler::LocalizeHtmlTemplate(uint64_t uniqPid, std::string& body) {
-  ORV_TRACE(GetTracer(), kDetail)
-      << "result_t qel::tcp_traffic_interceptor::InvalidCertificateHandler::LocalizeHtmlTemplate("
-         "uint64_t, std::string&)";
+  ORV_TRACE(GetTracer(), kDetail) << handler_texts::kLocalizeHtmlTemplate;
   orv::intrusive_ptr<localization_manager::ILocalizer> localizer;
   if (const result_t result =
-          QEL_TRACE_AS(GetTracer(),
-                       qel::tools::CreateLocalizer(GetServiceLocator(), uniqPid,
-                                                   u"traffic_processing", localizer),
-                       "tools::CreateLocalizer(GetServiceLocator(), uniqPid, "
-                       "u\"traffic_processing\", localizer)");
+          ORV_TRACE_IF_FAILED_AS(GetTracer(),
+                                 qel::tools::CreateLocalizer(GetServiceLocator(), uniqPid,
+                                                             u"traffic_processing", localizer),
+                                 handler_texts::kCreateLocalizerExpression);
       ORV_FAILED(result)) {
     return result;
   }

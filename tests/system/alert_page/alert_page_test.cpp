@@ -10,10 +10,13 @@
 #include <vector>
 
 #include "alert_page_fixture.h"
+#include "invalid_certificate/trace_texts.h"
 #include "support/cert_factory.h"
 
 namespace tti::test {
 namespace {
+
+namespace texts = qel::tcp_traffic_interceptor::handler_texts;
 
 size_t Count(const std::string& text, const std::string& part) {
   size_t count = 0;
@@ -32,7 +35,8 @@ TEST_F(AlertPageTest, WarnForm_EveryPlaceholderFilledAndWordedOneTraceLinePerSte
   tracer->Clear();
 
   const std::string page = Page("shop.example", kContinue);
-  // One entry line per step and nothing else.
+  // One entry line per step and nothing else. Golden: the expected lines stay literal, an
+  // independent witness that the named fixed texts hold the right bytes.
   EXPECT_EQ(tracer->Texts(800),
             (std::vector<std::string>{
                 "virtual result_t "
@@ -134,9 +138,8 @@ TEST_F(AlertPageTest, Cache_KeptWithoutClientReplacedBySecondCaseSensitive) {
     EXPECT_NE(uncached.find(placeholder), std::string::npos) << placeholder;
   }
   EXPECT_NE(uncached.find(CatalogText("ActionWarn")), std::string::npos);
-  EXPECT_TRUE(
-      tracer->Contains("(m_cache.Get(domain, cert)),(ORV_SUCCEEDED(_result)) failed: "
-                       "result = 0x8000004c"));
+  EXPECT_TRUE(tracer->Contains("(" + std::string(texts::kCacheGetExpression) +
+                               "),(ORV_SUCCEEDED(_result)) failed: result = 0x8000004c"));
   EXPECT_TRUE(tracer->Contains("Cannot get cert chain for domain LOST.example"));
 
   TestCertificate first = MakeServerCertificate(root, "first-subject.example");
@@ -219,14 +222,11 @@ TEST_F(AlertPageTest, LocaliserCannotBeMade_FailsAndLeavesTheBody) {
   std::string page = "the caller's body";
   EXPECT_LT(Page("nowhere.example", kContinue, page), 0);
   EXPECT_EQ(page, "the caller's body");
-  EXPECT_TRUE(
-      tracer->Contains("(tools::CreateLocalizer(GetServiceLocator(), uniqPid, "
-                       "u\"traffic_processing\", localizer)),(ORV_SUCCEEDED(_result)) "
-                       "failed: result = 0x8000004c"));
-  EXPECT_TRUE(
-      tracer->Contains("(LocalizeHtmlTemplate(data.uniqPid, body)),(ORV_SUCCEEDED(_result)) "
-                       "failed: result = 0x8000004c (Not found) Cannot localize html "
-                       "template"));
+  EXPECT_TRUE(tracer->Contains("(" + std::string(texts::kCreateLocalizerExpression) +
+                               "),(ORV_SUCCEEDED(_result)) failed: result = 0x8000004c"));
+  EXPECT_TRUE(tracer->Contains("(" + std::string(texts::kLocalizeExpression) +
+                               "),(ORV_SUCCEEDED(_result)) failed: result = 0x8000004c (Not found) "
+                               "Cannot localize html template"));
 }
 
 struct ProductCase {

@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "cert_manager/trace_texts.h"
 #include "crypto/trusted_certificate_provider.h"
 #include "sandbox/mount_namespace.h"
 #include "support/machine.h"
@@ -16,8 +17,8 @@ namespace tti::test {
 namespace {
 
 const std::vector<Account> kAlice = {{"alice", 1000, "/home/alice"}};
-const std::string kImpl = "qel::tcp_traffic_interceptor::CertificateManagerImpl::";
-const std::string kOnEvent = "virtual result_t " + kImpl + "OnEvent(const qel::InotifyEvent&)";
+namespace texts = qel::tcp_traffic_interceptor::cert_manager_texts;
+const std::string kOnEvent = texts::kOnEvent;
 
 TEST_F(CertManagerTest, OnEvent_LoginOfNewUser_StoresFoundDirectoriesSubscribedOnce) {
   RecordInotify();
@@ -46,9 +47,8 @@ TEST_F(CertManagerTest, OnEvent_LoginOfNewUser_StoresFoundDirectoriesSubscribedO
     const std::vector<std::string> watched = inotify->Paths(0x00000100);
     EXPECT_EQ(std::vector<std::string>(watched.begin() + watchedBefore, watched.end()),
               carolPlaces);
-    EXPECT_EQ(LineCount(800, kImpl + "OnEvent(const qel::InotifyEvent&)::<lambda(const auto:7&)> "
-                                     "[with auto:7 = qel::QelUser]: user home directory "
-                                     "'/home/carol' is added"),
+    EXPECT_EQ(LineCount(800, std::string(texts::kNewHomeLambda) +
+                                 ": user home directory '/home/carol' is added"),
               1u);
     EXPECT_EQ(LineCount(800, "Add cert to " + carolStore), 1u);
     EXPECT_EQ(LineCount(500, "Cannot subscribe to /home/carol/.pki events"), 1u);
@@ -160,11 +160,7 @@ TEST_F(CertManagerTest, FindParentCertificates_ProviderThenCache_ResultsAndOutpu
     EXPECT_EQ(output.size(), 0u);
     EXPECT_EQ(services.trusted->lookups(), 1u);
     EXPECT_EQ(LineCount(800, "parent cert was not found"), 1u);
-    const std::string entry =
-        "virtual result_t qel::tcp_traffic_interceptor::CertificateManager::FindParentCertificates("
-        "app_ctrl::IProcess*, const const_blob_range_t&, orv::types::vector_t<orv::types::vector_t<"
-        "unsigned char> >&) const";
-    EXPECT_EQ(LineCount(800, entry), 3u);
+    EXPECT_EQ(LineCount(800, texts::kFindParentCertificates), 3u);
 
     // The provider's candidates (asked by the issuer's name) come first, the cache's after them;
     // duplicates stay.

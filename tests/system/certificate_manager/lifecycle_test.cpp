@@ -3,12 +3,15 @@
 #include <string>
 #include <vector>
 
+#include "cert_manager/trace_texts.h"
 #include "orv/string.h"
 #include "support/machine.h"
 #include "system/certificate_manager/cert_manager_fixture.h"
 
 namespace tti::test {
 namespace {
+
+namespace texts = qel::tcp_traffic_interceptor::cert_manager_texts;
 
 const std::vector<Account> kTwoUsers = {{"alice", 1000, "/home/alice"}, {"bob", 1001, "/home/bob"}};
 TEST_F(CertManagerTest, FinalConstruct_SubscribesLoginsWatchDirectoriesAndStoresInOrder) {
@@ -56,7 +59,8 @@ TEST_F(CertManagerTest, FinalConstruct_SubscribesLoginsWatchDirectoriesAndStores
 }
 
 // The whole detail and warning lines of a small machine's life: construction, one install, one
-// removal, the release.
+// removal, the release. Golden: the expected lines stay literal, an independent witness that the
+// named fixed texts hold the right bytes.
 TEST_F(CertManagerTest, Lines_SmallMachine_Golden) {
   RecordInotify();
   RunInMountNamespace([&] {
@@ -110,10 +114,9 @@ struct SubscribeFailure {
 
 TEST_F(CertManagerTest, FinalConstruct_SubscribeFails_CheckLineFailureAndAllUnsubscribed) {
   const SubscribeFailure cases[] = {
-      {"/var/run/utmp", "(m_eventsProvider->Subscribe(this, UtmpPath, 0x00000002))", 0},
-      {"/home/bob/.mozilla", "(m_eventsProvider->Subscribe(this, path, 0x00000100))", 10},
-      {"/etc/ssl/certs/ca-certificates.crt",
-       "(m_eventsProvider->Subscribe(this, info.path, configFlags))", 29},
+      {"/var/run/utmp", texts::kSubscribeLoginsExpression, 0},
+      {"/home/bob/.mozilla", texts::kSubscribeDirectoryExpression, 10},
+      {"/etc/ssl/certs/ca-certificates.crt", texts::kSubscribeStoreExpression, 29},
   };
   for (const SubscribeFailure& failure : cases) {
     SCOPED_TRACE(failure.path);
@@ -129,8 +132,8 @@ TEST_F(CertManagerTest, FinalConstruct_SubscribeFails_CheckLineFailureAndAllUnsu
       EXPECT_EQ(inotify->Subscriptions().size(), failure.subscribedBefore);
       EXPECT_EQ(inotify->unsubscribes(), 1u);
       EXPECT_EQ(inotify->Receiver(), nullptr);
-      EXPECT_TRUE(tracer->Contains(std::string(failure.expression) +
-                                   ",(ORV_SUCCEEDED(_result)) failed: result = 0x80000041"));
+      EXPECT_TRUE(tracer->Contains("(" + std::string(failure.expression) +
+                                   "),(ORV_SUCCEEDED(_result)) failed: result = 0x80000041"));
       EXPECT_TRUE(tracer->Contains(
           "(m_impl->SubscribeToEvents()),(ORV_SUCCEEDED(_result)) failed: result = 0x80000041"));
       EXPECT_EQ(module().CanUnloadModule(), 0);
@@ -140,9 +143,8 @@ TEST_F(CertManagerTest, FinalConstruct_SubscribeFails_CheckLineFailureAndAllUnsu
 
 TEST_F(CertManagerTest, Construct_ProviderMissing_FailsWithItsLiteral) {
   const std::pair<uint32_t, const char*> cases[] = {
-      {qel::ITrustedCertificatesProvider::kIid,
-       "Cannot get ITrustedCertificatesProvider interface"},
-      {qel::IInotifyEventsProvider::kIid, "Cannot get IInotifyEventsProvider interface"},
+      {qel::ITrustedCertificatesProvider::kIid, texts::kNoTrustedCertificatesProvider},
+      {qel::IInotifyEventsProvider::kIid, texts::kNoInotifyEventsProvider},
   };
   for (const auto& [iid, literal] : cases) {
     SCOPED_TRACE(literal);

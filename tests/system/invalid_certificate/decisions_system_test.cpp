@@ -6,10 +6,13 @@
 
 #include "handler_fixture.h"
 #include "host/process_manager.h"
+#include "invalid_certificate/trace_texts.h"
 #include "support/namespace_sandbox.h"
 
 namespace tti::test {
 namespace {
+
+namespace texts = qel::tcp_traffic_interceptor::handler_texts;
 
 using Verdict = ssl::InvalidCertificateVerdict;
 constexpr result_t kInvalidArgument = static_cast<result_t>(0x80000046u);
@@ -93,6 +96,8 @@ TEST_F(HandlerTest, Detected_TraceOneEventNoVerdictEvenWhenItCannotFindTheClient
   auto tcp = engine::Make<engine::TcpConnection>(static_cast<uint32_t>(::getpid()));
   tracer->Clear();
   ASSERT_EQ(notification->OnInvalidCertificateDetected(tcp.get(), ssl.get()), 0);
+  // Golden: the expected lines stay literal, an independent witness that the named fixed texts
+  // hold the right bytes.
   EXPECT_EQ(tracer->Texts(800),
             (std::vector<std::string>{
                 "virtual result_t "
@@ -140,7 +145,7 @@ TEST_F(HandlerTest, SecureDesktop_AlwaysAllowsWhateverTheSettings) {
   EXPECT_EQ(desktop->Resolve(request, verdict), kInvalidArgument);
   EXPECT_EQ(verdict, Verdict::Allow);
   EXPECT_EQ(Events().size(), 1u);
-  EXPECT_TRUE(tracer->Contains("(GetCertificate(request.certificate, cert)),"));
+  EXPECT_TRUE(tracer->Contains("(" + std::string(texts::kRequestCertificateExpression) + "),"));
 }
 
 TEST_F(HandlerTest, Process_OffExcludesNothingAndAsksNobody_OnExcludesWithoutAUser) {
@@ -172,7 +177,7 @@ TEST_F(HandlerTest, Process_OffExcludesNothingAndAsksNobody_OnExcludesWithoutAUs
       "Domain": "b\u00fccher.example", "TaskName": "Web Threat Protection",
       "TaskType": "Web_Threat_Protection", "TaskId": "41"})");
   EXPECT_EQ(events[0].dump(), expected.dump());
-  EXPECT_TRUE(tracer->Contains("AutoExcludeVerdict&): b\u00fccher.example"));
+  EXPECT_TRUE(tracer->Contains(std::string(texts::kProcess) + ": b\u00fccher.example"));
 }
 
 TEST_F(HandlerTest, Settings_FreshHandlerAllowsAndMayExclude) {

@@ -4,9 +4,12 @@
 #include <vector>
 
 #include "handler_fixture.h"
+#include "invalid_certificate/trace_texts.h"
 
 namespace tti::test {
 namespace {
+
+namespace texts = qel::tcp_traffic_interceptor::handler_texts;
 
 using Verdict = ssl::InvalidCertificateVerdict;
 
@@ -105,8 +108,8 @@ TEST_F(EventsTest, Publisher_MissingOrFailingLosesTheEventNotTheVerdict) {
   EXPECT_EQ(ResolveFor(static_cast<uint32_t>(::getpid())), Verdict::Block);
   const auto errors = tracer->Texts(300);
   ASSERT_EQ(errors.size(), 2u);
-  EXPECT_NE(errors[0].find("(orv::GetInterface(GetServiceLocator(), publisher.Ref())),"
-                           "(ORV_SUCCEEDED(_result)) failed: result = 0x8000004c"),
+  EXPECT_NE(errors[0].find("(" + std::string(texts::kGetPublisherExpression) +
+                           "),(ORV_SUCCEEDED(_result)) failed: result = 0x8000004c"),
             std::string::npos)
       << errors[0];
   EXPECT_NE(errors[0].find("Cannot get INonRemoteEventPublisher interface"), std::string::npos);

@@ -12,6 +12,7 @@
 #include "orv/exception.h"
 #include "support/cert_factory.h"
 #include "support/scratch.h"
+#include "trace_texts.h"
 
 namespace {
 
@@ -19,6 +20,7 @@ using qel::tcp_traffic_interceptor::DecodeCertificate;
 using qel::tcp_traffic_interceptor::ReadConnectionCertificate;
 using qel::tcp_traffic_interceptor::UntrustedCertificate;
 using tti::test::TestCertificate;
+namespace texts = qel::tcp_traffic_interceptor::handler_texts;
 
 constexpr result_t kInvalidArgument = static_cast<result_t>(0x80000046u);
 constexpr result_t kEngineFailure = static_cast<result_t>(0x80000042u);
@@ -140,7 +142,11 @@ TEST_F(CertificateDecodingTest, Connection_FailedConversionsAreTracedAndLeaveThe
     const char* name;
     engine::SslConnectionData data;
     result_t result;
-    const char* line;
+    std::string line;
+  };
+  // "(expression),(ORV_SUCCEEDED(_result)) failed: result = " and the rest.
+  const auto failed = [](const char* expression, const std::string& rest) {
+    return "(" + std::string(expression) + "),(ORV_SUCCEEDED(_result)) failed: result = " + rest;
   };
   engine::SslConnectionData serverRaw = Connection();
   serverRaw.serverGetRawFailure = kEngineFailure;
@@ -150,18 +156,17 @@ TEST_F(CertificateDecodingTest, Connection_FailedConversionsAreTracedAndLeaveThe
   notPem.chain.certificates[1] = {0x01, 0x02};
   engine::SslConnectionData badServer = Connection();
   badServer.serverCertificate = {};  // {0x30, 0x00} goes through the module in the handler tests
-  const char* getRaw =
-      "(certificate->GetRaw(raw)),(ORV_SUCCEEDED(_result)) failed: result = 0x80000042 (Not "
-      "supported) Cannot get raw certififcate";
+  const std::string getRaw =
+      failed(texts::kGetRawExpression,
+             std::string("0x80000042 (Not supported) ") + texts::kNoRawCertificate);
   const Row rows[] = {
       {"server GetRaw", serverRaw, kEngineFailure, getRaw},
       {"chain GetRaw", chainRaw, kEngineFailure, getRaw},
       {"chain PEM", notPem, static_cast<result_t>(0x8000004bu),
-       "(ConvertToPEM(raw, data)),(ORV_SUCCEEDED(_result)) failed: result = 0x8000004b "
-       "(Unspecified error) Cannot convert raw to PEM format"},
+       failed(texts::kConvertToPemExpression,
+              "0x8000004b (Unspecified error) Cannot convert raw to PEM format")},
       {"server DER", badServer, kInvalidArgument,
-       "(GetCertificate(raw, untrusted)),(ORV_SUCCEEDED(_result)) failed: result = 0x80000046 "
-       "(Invalid argument) Cannot get cert from raw"},
+       failed(texts::kDecodeExpression, "0x80000046 (Invalid argument) Cannot get cert from raw")},
   };
   for (const Row& row : rows) {
     tracer->Clear();
@@ -175,8 +180,9 @@ TEST_F(CertificateDecodingTest, Connection_FailedConversionsAreTracedAndLeaveThe
     EXPECT_NE(errors.back().find(row.line), std::string::npos) << errors.back();
   }
   // The last row's first line: the parse itself.
-  EXPECT_NE(tracer->Texts(300).front().find("(x509),(x509) failed: result = false"),
-            std::string::npos);
+  const std::string parse = std::string("(") + texts::kParsedCondition + "),(" +
+                            texts::kParsedCondition + ") failed: result = false";
+  EXPECT_NE(tracer->Texts(300).front().find(parse), std::string::npos);
 }
 
 TEST_F(CertificateDecodingTest, Connection_FailedEngineCallsThrowExpressionFailed) {

@@ -121,8 +121,8 @@ TEST_F(ObjectShellTest, CreateInstance_Fails_ReportedAndUndone) {
     EXPECT_EQ(object, nullptr);
     EXPECT_EQ(orv::ModuleLockCount.load(), m_lockCount);
     EXPECT_EQ(m_tracer->Texts(300),
-              thrown ? std::vector<std::string>{"Exception during object construction:  " +
-                                                std::string(thrown)}
+              thrown ? std::vector<std::string>{orv::kObjectConstructionFailedText +
+                                                (" " + std::string(thrown))}
                      : std::vector<std::string>{});
     EXPECT_EQ(g_script.finalReleases, finalReleases);
   }

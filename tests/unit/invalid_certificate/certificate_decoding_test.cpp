@@ -9,10 +9,10 @@
 #include "engine/connections.h"
 #include "host/capturing_tracer.h"
 #include "host/host_object.h"
+#include "invalid_certificate/trace_texts.h"
 #include "orv/exception.h"
 #include "support/cert_factory.h"
 #include "support/scratch.h"
-#include "trace_texts.h"
 
 namespace {
 

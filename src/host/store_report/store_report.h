@@ -7,7 +7,8 @@
 
 namespace module_host {
 
-// What the machine's certificate stores hold now, read back from the stores themselves: the
+// What the machine's certificate stores hold now, read back from the stores with the store
+// library's own discovery and readers (the module's view of them, see README.md): the
 // product's anchor files in the anchor directory in use, the product's links and the hash links to
 // them in /etc/ssl/certs, every bundle file, every Java keystore (with its entry count), every NSS
 // database the module would find, then the runtime trust settings files. One row a store;
